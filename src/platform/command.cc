@@ -1,0 +1,38 @@
+#include "platform/command.h"
+
+#include <cstdio>
+#include <cstdlib>
+
+namespace platform {
+namespace {
+
+int RunWithSystem(const char*, const char* host_text) { return std::system(host_text); }
+
+CommandRunner g_runner = RunWithSystem;
+
+}  // namespace
+
+ShellCommand& ShellCommand::Text(std::string_view text) {
+  device_.Append(text);
+  host_.Append(text);
+  return *this;
+}
+
+ShellCommand& ShellCommand::Path(std::string_view device_path) {
+  device_.Append(device_path);
+  const HostPath mapped = MapPath(device_path);
+  if (mapped.size() == 0 && !device_path.empty()) unmappable_ = true;
+  host_.Append(mapped.view());
+  return *this;
+}
+
+int RunCommand(const ShellCommand& command) {
+  if (command.overflow()) return -1;
+  std::fflush(stdout);
+  std::fflush(stderr);
+  return g_runner(command.device_text(), command.host_text());
+}
+
+void SetCommandRunner(CommandRunner runner) { g_runner = runner != nullptr ? runner : RunWithSystem; }
+
+}  // namespace platform

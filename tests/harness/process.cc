@@ -1,0 +1,159 @@
+#include "harness/process.h"
+
+#include <fcntl.h>
+#include <poll.h>
+#include <signal.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdlib>
+#include <cstring>
+#include <stdexcept>
+
+namespace harness {
+namespace {
+
+struct Pipe {
+  int read_end = -1;
+  int write_end = -1;
+};
+
+Pipe MakePipe() {
+  int fds[2];
+  if (pipe2(fds, O_CLOEXEC) != 0) throw std::runtime_error("pipe failed");
+  return {fds[0], fds[1]};
+}
+
+ProcessResult Spawn(const std::string& path, const std::vector<std::string>& argv,
+                    const std::vector<std::string>& environment, const std::string& input) {
+  Pipe in = MakePipe();
+  Pipe out = MakePipe();
+  Pipe err = MakePipe();
+  const pid_t pid = fork();
+  if (pid < 0) throw std::runtime_error("fork failed");
+  if (pid == 0) {
+    dup2(in.read_end, STDIN_FILENO);
+    dup2(out.write_end, STDOUT_FILENO);
+    dup2(err.write_end, STDERR_FILENO);
+    std::vector<char*> args;
+    for (const std::string& arg : argv) args.push_back(const_cast<char*>(arg.c_str()));
+    args.push_back(nullptr);
+    std::vector<char*> envp;
+    for (const std::string& var : environment) envp.push_back(const_cast<char*>(var.c_str()));
+    envp.push_back(nullptr);
+    execve(path.c_str(), args.data(), envp.data());
+    _exit(127);
+  }
+  close(in.read_end);
+  close(out.write_end);
+  close(err.write_end);
+
+  ProcessResult result;
+  std::size_t written = 0;
+  int in_fd = in.write_end;
+  if (input.empty()) {
+    close(in_fd);
+    in_fd = -1;
+  }
+  int out_fd = out.read_end;
+  int err_fd = err.read_end;
+  signal(SIGPIPE, SIG_IGN);
+  while (out_fd >= 0 || err_fd >= 0 || in_fd >= 0) {
+    pollfd fds[3];
+    int count = 0;
+    if (in_fd >= 0) fds[count++] = {in_fd, POLLOUT, 0};
+    if (out_fd >= 0) fds[count++] = {out_fd, POLLIN, 0};
+    if (err_fd >= 0) fds[count++] = {err_fd, POLLIN, 0};
+    if (poll(fds, count, -1) < 0) {
+      if (errno == EINTR) continue;
+      break;
+    }
+    for (int i = 0; i < count; ++i) {
+      if (fds[i].revents == 0) continue;
+      if (fds[i].fd == in_fd) {
+        const ssize_t sent = write(in_fd, input.data() + written, input.size() - written);
+        if (sent > 0) written += static_cast<std::size_t>(sent);
+        if (sent <= 0 || written == input.size()) {
+          close(in_fd);
+          in_fd = -1;
+        }
+        continue;
+      }
+      char block[8192];
+      const ssize_t got = read(fds[i].fd, block, sizeof block);
+      std::string& sink = fds[i].fd == out_fd ? result.out : result.err;
+      if (got > 0) {
+        sink.append(block, static_cast<std::size_t>(got));
+      } else {
+        if (fds[i].fd == out_fd) {
+          close(out_fd);
+          out_fd = -1;
+        } else {
+          close(err_fd);
+          err_fd = -1;
+        }
+      }
+    }
+  }
+  int status = 0;
+  while (waitpid(pid, &status, 0) < 0 && errno == EINTR) {
+  }
+  result.exit_status = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+  return result;
+}
+
+std::vector<std::string> BaseEnvironment() {
+  std::vector<std::string> environment = {"PATH=/usr/local/bin:/usr/bin:/bin:/usr/sbin:/sbin"};
+  for (const char* name : {"LD_LIBRARY_PATH", "ASAN_OPTIONS", "UBSAN_OPTIONS", "TMPDIR"}) {
+    if (const char* value = std::getenv(name)) environment.push_back(std::string(name) + "=" + value);
+  }
+  return environment;
+}
+
+}  // namespace
+
+ProcessResult RunCgi(const CgiRequest& request) {
+  std::vector<std::string> environment = BaseEnvironment();
+  environment.push_back("GATEWAY_INTERFACE=CGI/1.1");
+  if (!request.method.empty()) environment.push_back("REQUEST_METHOD=" + request.method);
+  environment.push_back("QUERY_STRING=" + request.query);
+  const bool is_post = request.method == "POST" || request.method == "post" || request.method == "Post";
+  if (!request.content_type.empty() && is_post) environment.push_back("CONTENT_TYPE=" + request.content_type);
+  if (request.content_length) {
+    environment.push_back("CONTENT_LENGTH=" + *request.content_length);
+  } else if (is_post) {
+    environment.push_back("CONTENT_LENGTH=" + std::to_string(request.body.size()));
+  }
+  if (!request.root.empty()) environment.push_back("NXCGI_ROOT=" + request.root);
+  for (const auto& [name, value] : request.env) environment.push_back(name + "=" + value);
+  const std::string binary = request.binary.empty() ? std::string(NXCGI_BINARY) : request.binary;
+  return Spawn(binary, {request.argv0}, environment, request.body);
+}
+
+ProcessResult GetCgi(const std::string& cgi_name, const std::string& query, const std::string& root) {
+  CgiRequest request;
+  request.argv0 = "/cgi-bin/" + cgi_name;
+  request.query = query;
+  request.root = root;
+  return RunCgi(request);
+}
+
+ProcessResult PostCgi(const std::string& cgi_name, const std::string& body, const std::string& root) {
+  CgiRequest request;
+  request.argv0 = "/cgi-bin/" + cgi_name;
+  request.method = "POST";
+  request.body = body;
+  request.root = root;
+  return RunCgi(request);
+}
+
+ProcessResult RunProgram(const std::vector<std::string>& argv,
+                         const std::vector<std::pair<std::string, std::string>>& env,
+                         const std::string& input) {
+  std::vector<std::string> environment = BaseEnvironment();
+  for (const auto& [name, value] : env) environment.push_back(name + "=" + value);
+  return Spawn(argv.at(0), argv, environment, input);
+}
+
+}  // namespace harness
