@@ -1,0 +1,24 @@
+#!/usr/bin/env bash
+# Makes a device root for NXCGI_ROOT: factory-default configuration (when
+# nxconf is built), a sample page, and stub commands that journal their calls.
+# Usage: make_device_root.sh BUILD_DIR ROOT
+set -euo pipefail
+build_dir=$1
+root=$2
+mkdir -p "$root"
+if [ -x "$build_dir/bin/nxconf" ]; then
+  "$build_dir/bin/nxconf" init "$root"
+fi
+mkdir -p "$root"/{web/img,var/run,var/log,tmp/advbuf,etc/init.d,etc/sysconfig,usr/sbin,opt/vsb/bin,opt/vsb/etc/NxConf,dev,proc/driver}
+[ -f "$root/web/index.html" ] || cat > "$root/web/index.html" <<'HTML'
+<html><body><p>module <script>document.write(NXMODID)</script>, port <script>document.write(PORTID)</script></p></body></html>
+HTML
+for stub in /usr/sbin/savecfg /etc/init.d/uartsvc /etc/init.d/mailtxd /etc/init.d/advsvc /opt/vsb/bin/camgpctl /usr/sbin/fuc; do
+  cat > "$root$stub" <<STUB
+#!/bin/sh
+line='$stub'
+for arg in "\$@"; do line="\$line \$arg"; done
+printf '%s\n' "\$line" >> "\$NXCGI_ROOT/var/log/commands.journal"
+STUB
+  chmod 755 "$root$stub"
+done

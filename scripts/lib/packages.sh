@@ -1,0 +1,19 @@
+# Installs the Debian packages that are missing (apt-get update once, only
+# when something is missing). Usage: ensure_packages NAME...
+ensure_packages() {
+  local missing=()
+  local name
+  for name in "$@"; do
+    dpkg-query -W -f='${Status}' "$name" 2>/dev/null | grep -q 'ok installed' || missing+=("$name")
+  done
+  [ ${#missing[@]} -eq 0 ] && return 0
+  echo "Installing: ${missing[*]}" >&2
+  local sudo=""
+  [ "$(id -u)" -eq 0 ] || sudo="sudo"
+  $sudo apt-get update -qq
+  DEBIAN_FRONTEND=noninteractive $sudo apt-get install -y -qq --no-install-recommends "${missing[@]}" >/dev/null
+}
+
+# What building and testing needs on a fresh Debian machine.
+NXCGI_BUILD_PACKAGES=(g++ cmake ninja-build libgtest-dev libgmock-dev libbenchmark-dev)
+NXCGI_TEST_PACKAGES=(netbase python3-pyftpdlib curl strace)
