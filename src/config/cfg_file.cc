@@ -1,0 +1,97 @@
+#include "config/cfg_file.h"
+
+#include <dirent.h>
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdio>
+#include <string_view>
+
+#include "platform/config_write.h"
+#include "platform/fixed_text.h"
+#include "platform/host_root.h"
+
+namespace {
+
+using CfgPath = platform::FixedText<512>;
+
+// The directory of a module's files, or the root for module -1.
+CfgPath CfgDirPath(int module_id) {
+  CfgPath path;
+  path.Append(kCfgRootDir);
+  if (module_id != kCfgRootModule) path.AppendFormat(kCfgModuleDirFormat, module_id);
+  return path;
+}
+
+bool DirectoryOpens(const char* device_path) {
+  const platform::HostPath host = platform::MapPath(device_path);
+  DIR* dir = opendir(host.c_str());
+  if (dir == nullptr) return false;
+  closedir(dir);
+  return true;
+}
+
+}  // namespace
+
+int MakeCfgDirPath(const char* device_path) {
+  std::string_view rest(device_path);
+  while (!rest.empty() && rest.front() == '/') rest.remove_prefix(1);
+  CfgPath prefix;
+  prefix.Append("/");
+  while (!rest.empty()) {
+    const std::size_t slash = rest.find('/');
+    const std::string_view component = rest.substr(0, slash);
+    rest = slash == std::string_view::npos ? std::string_view() : rest.substr(slash + 1);
+    if (component.empty()) continue;
+    prefix.Append(component);
+    prefix.Append("/");
+    if (prefix.overflow()) return -1;
+    if (DirectoryOpens(prefix.c_str())) continue;
+    const platform::HostPath host = platform::MapPath(prefix.view());
+    if (host.size() == 0 || mkdir(host.c_str(), 0755) != 0) return -1;
+  }
+  return 0;
+}
+
+int CfgFileRead(int module_id, const char* file_name, std::span<std::uint8_t> buffer) {
+  CfgPath path = CfgDirPath(module_id);
+  path.Append("/");
+  path.Append(file_name);
+  if (path.overflow()) return -1;
+  const platform::HostPath host = platform::MapPath(path.view());
+  const int fd = open(host.c_str(), O_RDONLY | O_CLOEXEC);
+  if (fd < 0) return -1;
+  std::size_t count = 0;
+  while (count < buffer.size()) {
+    const ssize_t got = read(fd, buffer.data() + count, buffer.size() - count);
+    if (got < 0 && errno == EINTR) continue;
+    if (got <= 0) break;
+    count += static_cast<std::size_t>(got);
+  }
+  close(fd);
+  return static_cast<int>(count);
+}
+
+int CfgFileWrite(int module_id, const char* file_name, std::span<const std::uint8_t> bytes) {
+  CfgPath path = CfgDirPath(module_id);
+  if (path.overflow()) return -1;
+  if (!DirectoryOpens(path.c_str()) && MakeCfgDirPath(path.c_str()) != 0) {
+    std::printf("dir %s make error\n", path.c_str());
+    return -1;
+  }
+  path.Append("/");
+  path.Append(file_name);
+  if (path.overflow()) return -1;
+  switch (platform::WriteConfigFile(path.c_str(), bytes.data(), bytes.size())) {
+    case platform::WriteStatus::kOk:
+      return static_cast<int>(bytes.size());
+    case platform::WriteStatus::kOpenFailed:
+      std::printf(" File %s is not opened errno = %08x\n", path.c_str(), static_cast<unsigned>(errno));
+      return -1;
+    case platform::WriteStatus::kWriteFailed:
+      break;
+  }
+  return -1;
+}

@@ -1,0 +1,28 @@
+// Whole-file read and write of the binary configuration files, of a module
+// (NxModId<m> below the configuration root) or of the root itself (module
+// id -1). Paths are device paths; the platform layer maps them below the
+// host root on a developer's PC.
+#pragma once
+
+#include <cstdint>
+#include <span>
+
+// The configuration root and the module directory name format.
+inline constexpr const char* kCfgRootDir = "/opt/vsb/etc/NxConf";
+inline constexpr const char* kCfgModuleDirFormat = "/NxModId%d";
+inline constexpr int kCfgRootModule = -1;
+
+// Reads at most buffer.size() bytes from the start of the file: the count
+// read (0..size), or -1 when the file can't be opened. Prints nothing.
+int CfgFileRead(int module_id, const char* file_name, std::span<std::uint8_t> buffer);
+
+// Creates the module directory (and missing parents) when needed, then
+// creates or truncates the file and writes the bytes: bytes.size() on
+// success, -1 on failure ("dir %s make error\n" or " File %s is not opened
+// errno = %08x\n" on standard output, which is the response body).
+int CfgFileWrite(int module_id, const char* file_name, std::span<const std::uint8_t> bytes);
+
+// Makes every missing directory of an absolute device path with mode 0755:
+// 0 when all exist at the end, -1 at the first one that could not be made
+// (those made so far stay).
+int MakeCfgDirPath(const char* device_path);
