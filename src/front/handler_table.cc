@@ -2,38 +2,44 @@
 
 #include <cstring>
 
+#include "handlers/service/buffer_handlers.h"
+#include "handlers/service/condition_handler.h"
+#include "handlers/service/ptz_handlers.h"
+#include "handlers/service/sensor_handler.h"
+#include "handlers/service/service_handlers.h"
+
 // Rows stand one per line as {"name.cgi", handler}: the install step reads
 // the names from these lines. A null handler answers "NOT Found Cgi Func".
 constexpr CgiHandlerEntry kCgiHandlerTable[] = {
     {"nxuartset.cgi", nullptr},
     {"nxuoutset.cgi", nullptr},
     {"nxuoutctr.cgi", nullptr},
-    {"nxptzset.cgi", nullptr},
-    {"nxptzmodset.cgi", nullptr},
-    {"nxptzportset.cgi", nullptr},
-    {"nxsnsset.cgi", nullptr},
-    {"nxibufdev.cgi", nullptr},
-    {"nxibufdevport.cgi", nullptr},
-    {"nxcondcfg.cgi", nullptr},
-    {"nxftpdur.cgi", nullptr},
-    {"nxftpdurport.cgi", nullptr},
-    {"nxftpsig.cgi", nullptr},
-    {"nxftpsigport.cgi", nullptr},
+    {"nxptzset.cgi", NxCgi_PtzConfSetCgifunc},
+    {"nxptzmodset.cgi", NxCgi_PtzModSetCgifunc},
+    {"nxptzportset.cgi", NxCgi_PtzPortSetCgifunc},
+    {"nxsnsset.cgi", NxCgi_SensorSetCgifunc},
+    {"nxibufdev.cgi", NxCgi_ImgBufDevFunc},
+    {"nxibufdevport.cgi", NxCgi_ImgBufDevPortFunc},
+    {"nxcondcfg.cgi", NxCgi_SvcCondCfgFunc},
+    {"nxftpdur.cgi", NxCgi_FtpDurSvcCfgFunc},
+    {"nxftpdurport.cgi", NxCgi_FtpDurSvcPortCfgFunc},
+    {"nxftpsig.cgi", NxCgi_FtpSigSvcCfgFunc},
+    {"nxftpsigport.cgi", NxCgi_FtpSigSvcPortCfgFunc},
     {"nxftpmkdir.cgi", nullptr},
     {"nxftpbinget.cgi", nullptr},
-    {"nxmailsvc.cgi", nullptr},
-    {"nxmailsvcport.cgi", nullptr},
-    {"nxdicgi.cgi", nullptr},
-    {"nxdicgiport.cgi", nullptr},
-    {"nxdosvc.cgi", nullptr},
-    {"nxdosvcport.cgi", nullptr},
-    {"nxiholdsvc.cgi", nullptr},
-    {"nxiholdsvcport.cgi", nullptr},
+    {"nxmailsvc.cgi", NxCgi_MailSvcCfgFunc},
+    {"nxmailsvcport.cgi", NxCgi_MailSvcPortCfgFunc},
+    {"nxdicgi.cgi", NxCgi_DiCgiSvcCfgFunc},
+    {"nxdicgiport.cgi", NxCgi_DiCgiSvcPortCfgFunc},
+    {"nxdosvc.cgi", NxCgi_DoSvcCfgFunc},
+    {"nxdosvcport.cgi", NxCgi_DoSvcPortCfgFunc},
+    {"nxiholdsvc.cgi", NxCgi_IholdSvcCfgFunc},
+    {"nxiholdsvcport.cgi", NxCgi_IholdSvcPortCfgFunc},
     {"nxiholdcln.cgi", nullptr},
-    {"nxaoip.cgi", nullptr},
-    {"nxcall.cgi", nullptr},
-    {"nxdialup.cgi", nullptr},
-    {"nxrdskbuff.cgi", nullptr},
+    {"nxaoip.cgi", NxCgi_AoipCfgFunc},
+    {"nxcall.cgi", NxCgi_CallCfgFunc},
+    {"nxdialup.cgi", NxCgi_DialUpFunc},
+    {"nxrdskbuff.cgi", NxCgi_RdskBuffFunc},
     {"nxadvsvc.cgi", nullptr},
     {"nxdosyscmd.cgi", nullptr},
     {"nxevtnote.cgi", nullptr},

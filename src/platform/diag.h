@@ -5,8 +5,8 @@
 
 #include <cstdio>
 
-#define NX_DIAG(source, ...)                                                    \
-  do {                                                                          \
-    std::fprintf(stderr, "[%s:%s(%d)]\t", __func__, source, __LINE__);          \
-    std::fprintf(stderr, __VA_ARGS__);                                          \
+#define NX_DIAG(source, ...)                                           \
+  do {                                                                 \
+    std::fprintf(stderr, "[%s:%s(%d)]\t", __func__, source, __LINE__); \
+    std::fprintf(stderr, __VA_ARGS__);                                 \
   } while (0)

@@ -11,15 +11,15 @@
 namespace harness {
 
 struct CgiRequest {
-  std::string argv0;                          // e.g. "/cgi-bin/nxmailsvc.cgi"
-  std::string method = "GET";                 // REQUEST_METHOD; empty leaves it unset
-  std::string query;                          // QUERY_STRING
-  std::string body;                           // standard input
+  std::string argv0;           // e.g. "/cgi-bin/nxmailsvc.cgi"
+  std::string method = "GET";  // REQUEST_METHOD; empty leaves it unset
+  std::string query;           // QUERY_STRING
+  std::string body;            // standard input
   std::string content_type = "application/x-www-form-urlencoded";
-  std::optional<std::string> content_length;  // default: the body's length for POST
-  std::string root;                           // NXCGI_ROOT; empty leaves it unset
+  std::optional<std::string> content_length;             // default: the body's length for POST
+  std::string root;                                      // NXCGI_ROOT; empty leaves it unset
   std::vector<std::pair<std::string, std::string>> env;  // further variables
-  std::string binary;                         // default: the built nxcgi
+  std::string binary;                                    // default: the built nxcgi
 };
 
 struct ProcessResult {

@@ -15,13 +15,13 @@ namespace harness {
 namespace {
 
 constexpr const char* kDirectories[] = {
-    "/opt/vsb/etc/NxConf", "/opt/vsb/bin", "/web/img", "/var/run", "/var/log", "/etc/init.d",
-    "/etc/sysconfig",      "/usr/sbin",    "/tmp/advbuf", "/dev",  "/proc/driver",
+    "/opt/vsb/etc/NxConf", "/opt/vsb/bin", "/web/img",    "/var/run", "/var/log",     "/etc/init.d",
+    "/etc/sysconfig",      "/usr/sbin",    "/tmp/advbuf", "/dev",     "/proc/driver",
 };
 
 constexpr const char* kStubs[] = {
-    "/usr/sbin/savecfg",     "/etc/init.d/uartsvc",   "/etc/init.d/mailtxd",
-    "/etc/init.d/advsvc",    "/opt/vsb/bin/camgpctl", "/usr/sbin/fuc",
+    "/usr/sbin/savecfg",  "/etc/init.d/uartsvc",   "/etc/init.d/mailtxd",
+    "/etc/init.d/advsvc", "/opt/vsb/bin/camgpctl", "/usr/sbin/fuc",
 };
 
 }  // namespace
@@ -51,7 +51,9 @@ void SandboxRoot::WriteFile(std::string_view device_path, std::string_view conte
   chmod(host.c_str(), mode);
 }
 
-std::string SandboxRoot::ReadFile(std::string_view device_path) const { return ReadWholeFile(Host(device_path)); }
+std::string SandboxRoot::ReadFile(std::string_view device_path) const {
+  return ReadWholeFile(Host(device_path));
+}
 
 bool SandboxRoot::Exists(std::string_view device_path) const {
   struct stat status;

@@ -3,6 +3,8 @@
 #include <cstdio>
 #include <cstring>
 
+#include "cgi/cgi_request.h"
+#include "config/cfg_file.h"
 #include "config/field_access.h"
 #include "config/layouts/known_files.h"
 #include "config/svc_cfg_file.h"
@@ -10,7 +12,6 @@
 
 namespace {
 
-constexpr int kRootModule = -1;
 constexpr const char* kImgBufFile = "ImgBufConf.bin";
 constexpr const char* kRdskBuffFile = "RdskBuffConf.bin";
 constexpr const char* kDialUpFile = "DialUpConf.bin";
@@ -26,12 +27,11 @@ uint8_t g_rdsk_buff_image[config::kRdskBuffConf.size];
 uint8_t g_dial_up_image[config::kDialUpConf.size];
 
 bool ReadWhole(int module, const char* file_name, std::span<uint8_t> image) {
-  return CfgFileRead(module, file_name, image.data(), static_cast<int>(image.size())) ==
-         static_cast<int>(image.size());
+  return CfgFileRead(module, file_name, image) == static_cast<int>(image.size());
 }
 
 void Write(int module, const char* file_name, std::span<const uint8_t> image) {
-  CfgFileWrite(module, file_name, image.data(), static_cast<int>(image.size()));
+  CfgFileWrite(module, file_name, image);
 }
 
 // NxModId by its low 16 bits; -1 when absent.
@@ -96,7 +96,7 @@ int NxCgi_ImgBufDevFunc(char*) {
 int NxCgi_RdskBuffFunc(char*) {
   CgiPrintContentType("text/html");
   if (!FormVersionOk()) return -1;
-  if (!ReadWhole(kRootModule, kRdskBuffFile, g_rdsk_buff_image)) return -1;
+  if (!ReadWhole(kCfgRootModule, kRdskBuffFile, g_rdsk_buff_image)) return -1;
   bool changed = false;
   for (uint32_t i = 0; i < kKeepRatio.count; ++i) {
     char name[32];
@@ -112,15 +112,15 @@ int NxCgi_RdskBuffFunc(char*) {
   // A new ratio invalidates the two tables the buffer daemon derived from the old ones.
   const uint32_t tables = kKeepRatio.offset + kKeepRatio.count * kKeepRatio.stride;
   std::memset(g_rdsk_buff_image + tables, 0, sizeof g_rdsk_buff_image - tables);
-  Write(kRootModule, kRdskBuffFile, g_rdsk_buff_image);
+  Write(kCfgRootModule, kRdskBuffFile, g_rdsk_buff_image);
   return 1;
 }
 
 int NxCgi_DialUpFunc(char*) {
   CgiPrintContentType("text/html");
   if (!FormVersionOk()) return -1;
-  if (!ReadWhole(kRootModule, kDialUpFile, g_dial_up_image)) return -1;
+  if (!ReadWhole(kCfgRootModule, kDialUpFile, g_dial_up_image)) return -1;
   ApplyFormNumber(g_dial_up_image, kMediaType, "MediaType");
-  Write(kRootModule, kDialUpFile, g_dial_up_image);
+  Write(kCfgRootModule, kDialUpFile, g_dial_up_image);
   return 1;
 }

@@ -3,6 +3,7 @@
 #include <cstring>
 
 #include "cgi/cgi_request.h"
+#include "config/cfg_file.h"
 #include "config/field_access.h"
 #include "config/svc_cfg_file.h"
 #include "front/nx_cgi_util.h"
@@ -27,14 +28,22 @@ consteval ConditionField Field(const char* name, WhenNotGiven when_not_given) {
 
 // In the order the handler applies them.
 constexpr ConditionField kConditionFields[] = {
-    Field("Used", WhenNotGiven::kKeep),          Field("Desc", WhenNotGiven::kKeep),
-    Field("SMon", WhenNotGiven::kMinusOne),      Field("SDay", WhenNotGiven::kMinusOne),
-    Field("SHour", WhenNotGiven::kMinusOne),     Field("SMin", WhenNotGiven::kMinusOne),
-    Field("EMon", WhenNotGiven::kMinusOne),      Field("EDay", WhenNotGiven::kMinusOne),
-    Field("EHour", WhenNotGiven::kMinusOne),     Field("EMin", WhenNotGiven::kMinusOne),
-    Field("Weekday", WhenNotGiven::kZero),       Field("LevelHig", WhenNotGiven::kZero),
-    Field("LevelHig_AuxEvent", WhenNotGiven::kZero), Field("LevelLow", WhenNotGiven::kZero),
-    Field("EdgeRise", WhenNotGiven::kZero),      Field("EdgeFall", WhenNotGiven::kZero),
+    Field("Used", WhenNotGiven::kKeep),
+    Field("Desc", WhenNotGiven::kKeep),
+    Field("SMon", WhenNotGiven::kMinusOne),
+    Field("SDay", WhenNotGiven::kMinusOne),
+    Field("SHour", WhenNotGiven::kMinusOne),
+    Field("SMin", WhenNotGiven::kMinusOne),
+    Field("EMon", WhenNotGiven::kMinusOne),
+    Field("EDay", WhenNotGiven::kMinusOne),
+    Field("EHour", WhenNotGiven::kMinusOne),
+    Field("EMin", WhenNotGiven::kMinusOne),
+    Field("Weekday", WhenNotGiven::kZero),
+    Field("LevelHig", WhenNotGiven::kZero),
+    Field("LevelHig_AuxEvent", WhenNotGiven::kZero),
+    Field("LevelLow", WhenNotGiven::kZero),
+    Field("EdgeRise", WhenNotGiven::kZero),
+    Field("EdgeFall", WhenNotGiven::kZero),
 };
 
 bool ReadSigned(const char* name, int32_t* value) {
@@ -87,8 +96,8 @@ int NxCgi_SvcCondCfgFunc(char*) {
   int32_t condition = -1;
   ReadSigned("MinId", &entry);
   ReadSigned("CondId", &condition);
-  if (!module_valid || !service_given || service < 0 || service > 8 || entry < 0 || entry > 5 || condition < 0 ||
-      condition > 2) {
+  if (!module_valid || !service_given || service < 0 || service > 8 || entry < 0 || entry > 5 ||
+      condition < 0 || condition > 2) {
     return -1;
   }
   // A service with port entries has four; a fifth or sixth would lie outside its file.

@@ -2,6 +2,7 @@
 
 #include <cstdio>
 
+#include "config/cfg_file.h"
 #include "config/le_bytes.h"
 #include "config/svc_cfg_file.h"
 #include "platform/host_root.h"
@@ -18,8 +19,9 @@ ModelCatalogue WalkCatalogue(std::span<const uint8_t> bytes, uint32_t fixed_size
   return catalogue;
 }
 
-int ReadCatalogue(const char* file_name, const char* factory_path, uint8_t* buffer, int capacity, int min_size) {
-  const int count = CfgFileRead(-1, file_name, buffer, capacity);
+int ReadCatalogue(const char* file_name, const char* factory_path, uint8_t* buffer, int capacity,
+                  int min_size) {
+  const int count = CfgFileRead(kCfgRootModule, file_name, {buffer, static_cast<std::size_t>(capacity)});
   if (count >= min_size && count < capacity) return count;
   const platform::HostPath path = platform::MapPath(factory_path);
   std::FILE* factory = std::fopen(path.c_str(), "rb");

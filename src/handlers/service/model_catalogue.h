@@ -22,4 +22,5 @@ ModelCatalogue WalkCatalogue(std::span<const uint8_t> bytes, uint32_t fixed_size
 // Reads a catalogue from the configuration root, or from the factory copy
 // below the web root when the root's copy is missing or its size is not in
 // [min_size, capacity). Returns the count read, -1 when neither opens.
-int ReadCatalogue(const char* file_name, const char* factory_path, uint8_t* buffer, int capacity, int min_size);
+int ReadCatalogue(const char* file_name, const char* factory_path, uint8_t* buffer, int capacity,
+                  int min_size);

@@ -6,6 +6,7 @@
 #include <cstdlib>
 
 #include "cgi/cgi_request.h"
+#include "config/cfg_file.h"
 #include "config/field_access.h"
 #include "config/layouts/known_files.h"
 #include "config/svc_cfg_file.h"
@@ -20,7 +21,6 @@ namespace {
 using config::FieldRef;
 using config::MustFind;
 
-constexpr int kRootModule = -1;
 constexpr const char* kPtzConfFile = "PtzConf.bin";
 constexpr const char* kPtzModelFile = "PtzModel.bin";
 constexpr const char* kFactoryPtzModel = "/web/img/PtzModel.bin";
@@ -58,13 +58,12 @@ int ReadLow16(const char* name) {
 }
 
 bool LoadPtzConf() {
-  return CfgFileRead(kRootModule, kPtzConfFile, g_ptz_image, sizeof g_ptz_image) ==
-         static_cast<int>(sizeof g_ptz_image);
+  return CfgFileRead(kCfgRootModule, kPtzConfFile, g_ptz_image) == static_cast<int>(sizeof g_ptz_image);
 }
 
 bool SavePtzConf(const WorkingCopy& copy) {
   copy.StoreInto(g_ptz_image);
-  return CfgFileWrite(kRootModule, kPtzConfFile, g_ptz_image, sizeof g_ptz_image) >= 0;
+  return CfgFileWrite(kCfgRootModule, kPtzConfFile, g_ptz_image) >= 0;
 }
 
 struct ModelDefaults {

@@ -6,6 +6,7 @@
 #include <cstring>
 
 #include "cgi/cgi_request.h"
+#include "config/cfg_file.h"
 #include "config/field_access.h"
 #include "config/layouts/known_files.h"
 #include "config/svc_cfg_file.h"
@@ -19,7 +20,6 @@ namespace {
 using config::FieldRef;
 using config::MustFind;
 
-constexpr int kRootModule = -1;
 constexpr const char* kSensorConfFile = "SensorConf.bin";
 constexpr const char* kSensorModelFile = "SensorModel.bin";
 constexpr const char* kFactorySensorModel = "/web/img/SensorModel.bin";
@@ -42,7 +42,8 @@ struct NamedField {
 consteval NamedField Field(const char* name) { return {name, MustFind(config::kSensorConf, name)}; }
 
 // The field sets, each in the order the handler applies it.
-constexpr NamedField kAimingFields[] = {Field("SnsAimPosition"), Field("CamAimPosition"), Field("AddVehicleLeng")};
+constexpr NamedField kAimingFields[] = {Field("SnsAimPosition"), Field("CamAimPosition"),
+                                        Field("AddVehicleLeng")};
 constexpr NamedField kLinkedFields[] = {Field("LinkedModId"), Field("LinkedPortId")};
 constexpr NamedField kOsdFields[] = {Field("OsdStartX"), Field("OsdStartY"), Field("LinkedModId"),
                                      Field("LinkedPortId")};
@@ -110,7 +111,7 @@ FieldSet SelectFieldSet(std::span<uint8_t> conf) {
 int NxCgi_SensorSetCgifunc(char*) {
   CgiPrintContentType("text/html");
   if (!FormVersionOk()) return -1;
-  if (CfgFileRead(kRootModule, kSensorConfFile, g_sensor_image, sizeof g_sensor_image) !=
+  if (CfgFileRead(kCfgRootModule, kSensorConfFile, g_sensor_image) !=
       static_cast<int>(sizeof g_sensor_image)) {
     return -1;
   }
@@ -145,7 +146,7 @@ int NxCgi_SensorSetCgifunc(char*) {
   config::StoreNumber(conf, kInitStreamLength, config::LoadText(conf, kInitStream).size());
 
   copy.StoreInto(g_sensor_image);
-  if (CfgFileWrite(kRootModule, kSensorConfFile, g_sensor_image, sizeof g_sensor_image) < 0) return -1;
+  if (CfgFileWrite(kCfgRootModule, kSensorConfFile, g_sensor_image) < 0) return -1;
   platform::ShellCommand restart;
   restart.Path("/etc/init.d/uartsvc").Text(" restart >/dev/null");
   platform::RunCommand(restart);

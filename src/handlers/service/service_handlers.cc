@@ -2,6 +2,7 @@
 // offsets and widths come from the record layouts.
 #include "handlers/service/service_handlers.h"
 
+#include "config/cfg_file.h"
 #include "config/layouts/known_files.h"
 #include "config/svc_cfg_file.h"
 #include "handlers/service/service_settings.h"
@@ -12,7 +13,8 @@ using K = SettingsKind;
 using R = SettingsRule;
 using config::Layout;
 
-consteval SettingsField Number(const Layout& layout, const char* name, R rule = R::kPlain, uint32_t limit = 0) {
+consteval SettingsField Number(const Layout& layout, const char* name, R rule = R::kPlain,
+                               uint32_t limit = 0) {
   return {name, config::MustFind(layout, name), K::kNumber, rule, limit};
 }
 
@@ -30,11 +32,11 @@ consteval SettingsField CappedBy(const Layout& layout, const char* name, const c
 }
 
 constexpr SettingsField kMailFields[] = {
-    Number(config::kMailConf, "EnableSvc"),   String(config::kMailConf, "SmtpServer"),
-    Number(config::kMailConf, "SmtpPort"),    Number(config::kMailConf, "AuthLogin"),
-    String(config::kMailConf, "UserId"),      String(config::kMailConf, "PassWd"),
-    String(config::kMailConf, "Sender"),      String(config::kMailConf, "Recipient0"),
-    String(config::kMailConf, "Recipient1"),  String(config::kMailConf, "Recipient2"),
+    Number(config::kMailConf, "EnableSvc"),  String(config::kMailConf, "SmtpServer"),
+    Number(config::kMailConf, "SmtpPort"),   Number(config::kMailConf, "AuthLogin"),
+    String(config::kMailConf, "UserId"),     String(config::kMailConf, "PassWd"),
+    String(config::kMailConf, "Sender"),     String(config::kMailConf, "Recipient0"),
+    String(config::kMailConf, "Recipient1"), String(config::kMailConf, "Recipient2"),
 };
 
 constexpr SettingsField kMailPortFields[] = {
@@ -69,11 +71,11 @@ constexpr SettingsField kDiCgiPortFields[] = {Text(config::kDiCgiPortEntry, "Cgi
 
 // The two upload services share their fields; the interval record adds
 // SeqModulo after Passwd.
-#define NX_FTP_FIELDS_BEFORE_SEQ(layout)                                                         \
-  Number(layout, "EnableSvc"), String(layout, "ServerIp"), String(layout, "BaseDir"),            \
+#define NX_FTP_FIELDS_BEFORE_SEQ(layout)                                              \
+  Number(layout, "EnableSvc"), String(layout, "ServerIp"), String(layout, "BaseDir"), \
       String(layout, "BaseFile"), String(layout, "User"), String(layout, "Passwd")
-#define NX_FTP_FIELDS_AFTER_SEQ(layout)                                                           \
-  Number(layout, "DirNameFlag"), Number(layout, "FileNameFlag"), Number(layout, "PassiveMode"),   \
+#define NX_FTP_FIELDS_AFTER_SEQ(layout)                                                         \
+  Number(layout, "DirNameFlag"), Number(layout, "FileNameFlag"), Number(layout, "PassiveMode"), \
       Number(layout, "DateDescMode"), Number(layout, "FtpCtrlPort"), Number(layout, "FixedPort")
 
 constexpr SettingsField kFtpSigFields[] = {
@@ -136,7 +138,9 @@ int NxCgi_MailSvcPortCfgFunc(char*) {
   return RunServiceSettings(Port(SSVCID_MAIL, kMailPortFields, true, 128, true));
 }
 int NxCgi_DiCgiSvcCfgFunc(char*) { return RunServiceSettings(Module(SSVCID_DICGI, kDiCgiFields, 256)); }
-int NxCgi_DiCgiSvcPortCfgFunc(char*) { return RunServiceSettings(Port(SSVCID_DICGI, kDiCgiPortFields, true, 256)); }
+int NxCgi_DiCgiSvcPortCfgFunc(char*) {
+  return RunServiceSettings(Port(SSVCID_DICGI, kDiCgiPortFields, true, 256));
+}
 int NxCgi_FtpSigSvcCfgFunc(char*) { return RunServiceSettings(Module(SSVCID_SFTP, kFtpSigFields)); }
 int NxCgi_FtpSigSvcPortCfgFunc(char*) { return RunServiceSettings(Port(SSVCID_SFTP, kFtpSigPortFields)); }
 int NxCgi_FtpDurSvcCfgFunc(char*) { return RunServiceSettings(Module(SSVCID_DFTP, kFtpDurFields)); }

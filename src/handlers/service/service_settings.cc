@@ -4,6 +4,7 @@
 #include <cstring>
 
 #include "cgi/cgi_request.h"
+#include "config/cfg_file.h"
 #include "config/field_access.h"
 #include "config/svc_cfg_file.h"
 #include "front/nx_cgi_util.h"
@@ -91,7 +92,7 @@ int RunServiceSettings(const ServiceSettingsHandler& handler) {
     ReportFailure(handler, "LoadSvcCfgFile()", ids);
     return -1;
   }
-  const std::span<uint8_t> image = SvcCfgImage(handler.service_id);
+  const std::span<uint8_t> image = SvcImage(handler.service_id);
   WorkingCopy copy(image);
   if (!copy.ok()) {
     // The message has no blank before ERROR.

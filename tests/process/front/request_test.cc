@@ -31,12 +31,12 @@ TEST_P(FormReadFailure, EndsWithStatusMinusOneAndWritesNothing) {
   EXPECT_EQ(result.err, "");
 }
 
-INSTANTIATE_TEST_SUITE_P(Cases, FormReadFailure,
-                         testing::Values(ReadFailureCase{"short_body", "NxModId=1", "20"},
-                                         ReadFailureCase{"no_body", "", "5"},
-                                         ReadFailureCase{"negative_length", "a=1", "-3"},
-                                         ReadFailureCase{"unallocatable_length", "a=1", "9223372036854775807"}),
-                         [](const auto& info) { return std::string(info.param.name); });
+INSTANTIATE_TEST_SUITE_P(
+    Cases, FormReadFailure,
+    testing::Values(ReadFailureCase{"short_body", "NxModId=1", "20"}, ReadFailureCase{"no_body", "", "5"},
+                    ReadFailureCase{"negative_length", "a=1", "-3"},
+                    ReadFailureCase{"unallocatable_length", "a=1", "9223372036854775807"}),
+    [](const auto& info) { return std::string(info.param.name); });
 
 TEST(ProgramName, ComparisonIsCaseSensitive) {
   harness::SandboxRoot root;

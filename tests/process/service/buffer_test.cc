@@ -25,7 +25,7 @@ struct BufferCase {
   const char* test_name;
   const char* cgi;
   const char* file;
-  std::size_t size;        // of the file on disk
+  std::size_t size;  // of the file on disk
   std::string form;
   std::string answer;      // whole answer
   void (*expect)(Bytes&);  // null: the file is untouched (not even rewritten)
@@ -61,10 +61,11 @@ INSTANTIATE_TEST_SUITE_P(
                    "NxModId=1&NxCgiVer=1&PortId=4&PreBuffDepth=5", ErrorPage("nxibufdevport.cgi"), nullptr},
         BufferCase{"PortShortFileFails", "nxibufdevport.cgi", kImgBuf, 35,
                    "NxModId=1&NxCgiVer=1&PortId=0&PreBuffDepth=5", ErrorPage("nxibufdevport.cgi"), nullptr},
-        BufferCase{"AllPortsOnlyPauseTime3", "nxibufdev.cgi", kImgBuf, 36, "NxModId=1&NxCgiVer=1&PauseTime3=9",
-                   kHeader, [](Bytes& b) { harness::PutU32(b, 32, 9); }},
+        BufferCase{"AllPortsOnlyPauseTime3", "nxibufdev.cgi", kImgBuf, 36,
+                   "NxModId=1&NxCgiVer=1&PauseTime3=9", kHeader, [](Bytes& b) { harness::PutU32(b, 32, 9); }},
         BufferCase{"AllPorts", "nxibufdev.cgi", kImgBuf, 36,
-                   "NxModId=1&NxCgiVer=1&BuffDepth0=1&PauseTime0=2&BuffDepth1=3&BuffDepth2=5&PauseTime2=6", kHeader,
+                   "NxModId=1&NxCgiVer=1&BuffDepth0=1&PauseTime0=2&BuffDepth1=3&BuffDepth2=5&PauseTime2=6",
+                   kHeader,
                    [](Bytes& b) {
                      harness::PutU32(b, 4, 1);
                      harness::PutU32(b, 8, 2);
@@ -74,7 +75,8 @@ INSTANTIATE_TEST_SUITE_P(
                    }},
         BufferCase{"AllPortsVersionMissing", "nxibufdev.cgi", kImgBuf, 36, "NxModId=1&BuffDepth0=1",
                    std::string(kHeader) + "Invalid CgiVer = ffff<br>\n", nullptr},
-        BufferCase{"AllPortsVersionTwo", "nxibufdev.cgi", kImgBuf, 36, "NxModId=1&NxCgiVer=0x20002&BuffDepth0=1",
+        BufferCase{"AllPortsVersionTwo", "nxibufdev.cgi", kImgBuf, 36,
+                   "NxModId=1&NxCgiVer=0x20002&BuffDepth0=1",
                    std::string(kHeader) + "Invalid CgiVer = 0002<br>\n", nullptr},
         BufferCase{"AllPortsModuleMissing", "nxibufdev.cgi", kImgBuf, 36, "NxCgiVer=1&BuffDepth0=1",
                    std::string(kHeader) + "Invalid NxModId = -1<br>\n", nullptr},
@@ -84,8 +86,8 @@ INSTANTIATE_TEST_SUITE_P(
                    std::string(kHeader) + "CfgFileRead(ImgBufConf.bin) error <br>\n", nullptr},
         BufferCase{"RatioEqualToStoredWritesNothing", "nxrdskbuff.cgi", kRdsk, 48,
                    "NxCgiVer=1&KeepPerTempRatio1=8", kHeader, nullptr},
-        BufferCase{"NegativeRatioIsIgnored", "nxrdskbuff.cgi", kRdsk, 48, "NxCgiVer=1&KeepPerTempRatio2=-5", kHeader,
-                   nullptr},
+        BufferCase{"NegativeRatioIsIgnored", "nxrdskbuff.cgi", kRdsk, 48, "NxCgiVer=1&KeepPerTempRatio2=-5",
+                   kHeader, nullptr},
         BufferCase{"NewRatioClearsBothTables", "nxrdskbuff.cgi", kRdsk, 48, "NxCgiVer=1&KeepPerTempRatio2=0",
                    kHeader,
                    [](Bytes& b) {
@@ -96,8 +98,8 @@ INSTANTIATE_TEST_SUITE_P(
                    ErrorPage("nxrdskbuff.cgi"), nullptr},
         BufferCase{"MediaType", "nxdialup.cgi", kDialUp, 8, "NxCgiVer=1&MediaType=3", kHeader,
                    [](Bytes& b) { harness::PutU32(b, 4, 3); }},
-        BufferCase{"DialUpWithoutMediaTypeRewritesUnchanged", "nxdialup.cgi", kDialUp, 8, "NxCgiVer=1", kHeader,
-                   [](Bytes&) {}},
+        BufferCase{"DialUpWithoutMediaTypeRewritesUnchanged", "nxdialup.cgi", kDialUp, 8, "NxCgiVer=1",
+                   kHeader, [](Bytes&) {}},
         BufferCase{"DialUpShortFileFails", "nxdialup.cgi", kDialUp, 7, "NxCgiVer=1&MediaType=3",
                    ErrorPage("nxdialup.cgi"), nullptr}),
     [](const auto& info) { return std::string(info.param.test_name); });

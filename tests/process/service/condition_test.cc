@@ -26,10 +26,14 @@ struct Service {
 };
 
 constexpr Service kServices[] = {
-    {"MailConf.bin", 4572, 396 + 348, 1044},     {"DiCgiConf.bin", 4304, 496 + 256, 952},
-    {"FtpSigSvcConf.bin", 3076, 228 + 16, 712},  {"nTimeConf.bin", 772, 76, 0},
-    {"ImgHoldConf.bin", 2840, 8 + 12, 708},      {"DOutSvcConf.bin", 2808, 8 + 4, 700},
-    {"FtpDurSvcConf.bin", 3032, 232 + 4, 700},   {"AoipConf.bin", 788, 92, 0},
+    {"MailConf.bin", 4572, 396 + 348, 1044},
+    {"DiCgiConf.bin", 4304, 496 + 256, 952},
+    {"FtpSigSvcConf.bin", 3076, 228 + 16, 712},
+    {"nTimeConf.bin", 772, 76, 0},
+    {"ImgHoldConf.bin", 2840, 8 + 12, 708},
+    {"DOutSvcConf.bin", 2808, 8 + 4, 700},
+    {"FtpDurSvcConf.bin", 3032, 232 + 4, 700},
+    {"AoipConf.bin", 788, 92, 0},
     {"CallConf.bin", 704, 8, 0},
 };
 
@@ -38,7 +42,9 @@ std::size_t RecordOffset(int service, int entry, int cond) {
   return s.first_table + (s.entry_size != 0 ? s.entry_size * entry : 0) + 232 * cond;
 }
 
-std::string FilePath(int service) { return std::string("/opt/vsb/etc/NxConf/NxModId2/") + kServices[service].file; }
+std::string FilePath(int service) {
+  return std::string("/opt/vsb/etc/NxConf/NxModId2/") + kServices[service].file;
+}
 
 void PutFixedValues(Bytes& b, std::size_t record) {
   harness::PutU8(b, record + 8, 0xff);
@@ -59,7 +65,7 @@ struct ConditionCase {
   const char* test_name;
   std::string form;  // besides NxCgiVer=1&NxModId=2
   int service;
-  int entry;         // -1: the request fails and no file changes
+  int entry;  // -1: the request fails and no file changes
   int cond;
   void (*extra)(Bytes&, std::size_t record);  // changes beyond reset and fixed values
 };
@@ -111,8 +117,8 @@ INSTANTIATE_TEST_SUITE_P(
                       [](Bytes& b, std::size_t r) { harness::PutU32(b, r + 60, 0xfffffffb); }},
         ConditionCase{"DescOf127IsStored", "SvcId=4&MinId=2&CondId=1&Desc=" + std::string(127, 'd'), 4, 2, 1,
                       [](Bytes& b, std::size_t r) { harness::PutString(b, r + 104, std::string(127, 'd')); }},
-        ConditionCase{"DescOf128KeepsTheOld", "SvcId=5&MinId=1&CondId=0&Desc=" + std::string(128, 'd'), 5, 1, 0,
-                      nullptr},
+        ConditionCase{"DescOf128KeepsTheOld", "SvcId=5&MinId=1&CondId=0&Desc=" + std::string(128, 'd'), 5, 1,
+                      0, nullptr},
         ConditionCase{"SingleTableIgnoresTheEntry", "SvcId=8&MinId=5&CondId=0&Used=3", 8, 0, 0,
                       [](Bytes& b, std::size_t r) { harness::PutU32(b, r + 4, 3); }},
         ConditionCase{"NTimeTable", "SvcId=3&MinId=0&CondId=2", 3, 0, 2, nullptr},
@@ -133,14 +139,15 @@ TEST(ConditionRecords, VersionIsCheckedAndModuleRange) {
   harness::SandboxRoot root;
   const Bytes start = harness::PatternBytes(704);
   root.WriteFile("/opt/vsb/etc/NxConf/NxModId3/CallConf.bin", start);
-  for (const char* form : {"NxModId=3&SvcId=8&MinId=0&CondId=0", "NxCgiVer=2&NxModId=3&SvcId=8&MinId=0&CondId=0",
-                           "NxCgiVer=1&NxModId=4&SvcId=8&MinId=0&CondId=0",
-                           "NxCgiVer=1&SvcId=8&MinId=0&CondId=0"}) {
+  for (const char* form :
+       {"NxModId=3&SvcId=8&MinId=0&CondId=0", "NxCgiVer=2&NxModId=3&SvcId=8&MinId=0&CondId=0",
+        "NxCgiVer=1&NxModId=4&SvcId=8&MinId=0&CondId=0", "NxCgiVer=1&SvcId=8&MinId=0&CondId=0"}) {
     EXPECT_EQ(harness::PostCgi("nxcondcfg.cgi", form, root.path()).out, kErrorAnswer) << form;
   }
   EXPECT_EQ(root.ReadFile("/opt/vsb/etc/NxConf/NxModId3/CallConf.bin"), start);
-  EXPECT_EQ(harness::PostCgi("nxcondcfg.cgi", "NxCgiVer=1&NxModId=65539&SvcId=8&MinId=0&CondId=0", root.path()).out,
-            kHeader);
+  EXPECT_EQ(
+      harness::PostCgi("nxcondcfg.cgi", "NxCgiVer=1&NxModId=65539&SvcId=8&MinId=0&CondId=0", root.path()).out,
+      kHeader);
   EXPECT_NE(root.ReadFile("/opt/vsb/etc/NxConf/NxModId3/CallConf.bin"), start);
 }
 

@@ -1,10 +1,9 @@
 // PTZ and sensor settings through the real executable, with the model
 // catalogues as the device keeps them and as malformed files.
+#include <gtest/gtest.h>
 #include <signal.h>
 #include <sys/wait.h>
 #include <unistd.h>
-
-#include <gtest/gtest.h>
 
 #include <string>
 #include <vector>
@@ -92,90 +91,116 @@ const std::vector<PtzModel> kThreeModels = {{9600, 2}, {19200, 3}, {4800, 4}};
 
 INSTANTIATE_TEST_SUITE_P(
     Cases, PtzSet,
-    testing::Values(
-        PtzCase{"NoDeviceKeepsModelDefaultMarks", "PtzDeviceId=65535&PtzBaudRateIdx=255&PtzLineMode=255&PtzCtlMode=2",
-                PtzCatalogue(kThreeModels), {},
-                [](Bytes& b) {
-                  harness::PutU8(b, 3, 2);
-                  harness::PutU16(b, 4, 0xffff);
-                  harness::PutU8(b, 6, 0xff);
-                  harness::PutU8(b, 7, 0xff);
-                }},
-        PtzCase{"ModelSuppliesBaudIndexAndLineMode", "PtzDeviceId=2&PtzBaudRateIdx=255&PtzLineMode=255",
-                PtzCatalogue(kThreeModels), {},
-                [](Bytes& b) {
-                  harness::PutU16(b, 4, 2);
-                  harness::PutU8(b, 6, 5);
-                  harness::PutU8(b, 7, 4);
-                }},
-        PtzCase{"GivenValuesStay", "PtzDeviceId=1&PtzBaudRateIdx=3&PtzLineMode=9", PtzCatalogue(kThreeModels), {},
-                [](Bytes& b) {
-                  harness::PutU16(b, 4, 1);
-                  harness::PutU8(b, 6, 3);
-                  harness::PutU8(b, 7, 9);
-                }},
-        PtzCase{"BaudNotInTableGivesIndexZero", "PtzDeviceId=0&PtzBaudRateIdx=255",
-                PtzCatalogue({{14400, 2}}), {},
-                [](Bytes& b) {
-                  harness::PutU16(b, 4, 0);
-                  harness::PutU8(b, 6, 0);
-                }},
-        PtzCase{"ShortRootCatalogueFallsBackToTheFactoryCopy", "PtzDeviceId=1&PtzBaudRateIdx=255",
-                Bytes(1000, 'x'), PtzCatalogue({{300, 1}, {57600, 8}}),
-                [](Bytes& b) {
-                  harness::PutU16(b, 4, 1);
-                  harness::PutU8(b, 6, 9);
-                }},
-        PtzCase{"NoCatalogueAtAllGivesNineThousandSixHundredAndOne", "PtzDeviceId=0&PtzBaudRateIdx=255&PtzLineMode=255",
-                {}, {},
-                [](Bytes& b) {
-                  harness::PutU16(b, 4, 0);
-                  harness::PutU8(b, 6, 6);
-                  harness::PutU8(b, 7, 1);
-                }},
-        PtzCase{"FirstWordOtherThanOneMeansNoModels", "PtzDeviceId=1&PtzBaudRateIdx=255&PtzLineMode=255",
-                PtzCatalogue(kThreeModels, 2), {},
-                [](Bytes& b) {
-                  harness::PutU16(b, 4, 1);
-                  harness::PutU8(b, 6, 6);
-                  harness::PutU8(b, 7, 1);
-                }},
-        PtzCase{"DeviceIdBeyondTheModels", "PtzDeviceId=3&PtzBaudRateIdx=255", PtzCatalogue(kThreeModels), {},
-                [](Bytes& b) {
-                  harness::PutU16(b, 4, 3);
-                  harness::PutU8(b, 6, 6);
-                }},
-        PtzCase{"NegativeDeviceIdSelectsTheFirstModel", "PtzDeviceId=0x8000&PtzBaudRateIdx=255",
-                PtzCatalogue({{2400, 1}, {4800, 1}}), {},
-                [](Bytes& b) {
-                  harness::PutU16(b, 4, 0x8000);
-                  harness::PutU8(b, 6, 4);
-                }},
-        PtzCase{"RecordSizeZeroEndsTheWalk", "PtzDeviceId=1&PtzBaudRateIdx=255",
-                PtzCatalogue({{2400, 1, 0}, {4800, 1}}), {},
-                [](Bytes& b) {
-                  harness::PutU16(b, 4, 1);
-                  harness::PutU8(b, 6, 6);
-                }},
-        PtzCase{"RecordSizeBelowTheFixedPartEndsTheWalk", "PtzDeviceId=1&PtzBaudRateIdx=255",
-                PtzCatalogue({{2400, 1, 1495}, {4800, 1}}), {},
-                [](Bytes& b) {
-                  harness::PutU16(b, 4, 1);
-                  harness::PutU8(b, 6, 6);
-                }},
-        PtzCase{"LastRecordMayReachPastTheEnd", "PtzDeviceId=1&PtzBaudRateIdx=255",
-                PtzCatalogue({{2400, 1}, {4800, 1, 99999}}), {},
-                [](Bytes& b) {
-                  harness::PutU16(b, 4, 1);
-                  harness::PutU8(b, 6, 5);
-                }},
-        PtzCase{"ModuleFlagsAndAddresses", "PtzInstFlag0=1&PtzBaseAddr0=33&PtzInstFlag3=1&PtzBaseAddr2=0x10", {}, {},
-                [](Bytes& b) {
-                  harness::PutU32(b, ModuleBlock(0) + 4, 1);
-                  harness::PutU32(b, ModuleBlock(0), 33);
-                  harness::PutU32(b, ModuleBlock(3) + 4, 1);
-                  harness::PutU32(b, ModuleBlock(2), 16);
-                }}),
+    testing::Values(PtzCase{"NoDeviceKeepsModelDefaultMarks",
+                            "PtzDeviceId=65535&PtzBaudRateIdx=255&PtzLineMode=255&PtzCtlMode=2",
+                            PtzCatalogue(kThreeModels),
+                            {},
+                            [](Bytes& b) {
+                              harness::PutU8(b, 3, 2);
+                              harness::PutU16(b, 4, 0xffff);
+                              harness::PutU8(b, 6, 0xff);
+                              harness::PutU8(b, 7, 0xff);
+                            }},
+                    PtzCase{"ModelSuppliesBaudIndexAndLineMode",
+                            "PtzDeviceId=2&PtzBaudRateIdx=255&PtzLineMode=255",
+                            PtzCatalogue(kThreeModels),
+                            {},
+                            [](Bytes& b) {
+                              harness::PutU16(b, 4, 2);
+                              harness::PutU8(b, 6, 5);
+                              harness::PutU8(b, 7, 4);
+                            }},
+                    PtzCase{"GivenValuesStay",
+                            "PtzDeviceId=1&PtzBaudRateIdx=3&PtzLineMode=9",
+                            PtzCatalogue(kThreeModels),
+                            {},
+                            [](Bytes& b) {
+                              harness::PutU16(b, 4, 1);
+                              harness::PutU8(b, 6, 3);
+                              harness::PutU8(b, 7, 9);
+                            }},
+                    PtzCase{"BaudNotInTableGivesIndexZero",
+                            "PtzDeviceId=0&PtzBaudRateIdx=255",
+                            PtzCatalogue({{14400, 2}}),
+                            {},
+                            [](Bytes& b) {
+                              harness::PutU16(b, 4, 0);
+                              harness::PutU8(b, 6, 0);
+                            }},
+                    PtzCase{"ShortRootCatalogueFallsBackToTheFactoryCopy", "PtzDeviceId=1&PtzBaudRateIdx=255",
+                            Bytes(1000, 'x'), PtzCatalogue({{300, 1}, {57600, 8}}),
+                            [](Bytes& b) {
+                              harness::PutU16(b, 4, 1);
+                              harness::PutU8(b, 6, 9);
+                            }},
+                    PtzCase{"NoCatalogueAtAllGivesNineThousandSixHundredAndOne",
+                            "PtzDeviceId=0&PtzBaudRateIdx=255&PtzLineMode=255",
+                            {},
+                            {},
+                            [](Bytes& b) {
+                              harness::PutU16(b, 4, 0);
+                              harness::PutU8(b, 6, 6);
+                              harness::PutU8(b, 7, 1);
+                            }},
+                    PtzCase{"FirstWordOtherThanOneMeansNoModels",
+                            "PtzDeviceId=1&PtzBaudRateIdx=255&PtzLineMode=255",
+                            PtzCatalogue(kThreeModels, 2),
+                            {},
+                            [](Bytes& b) {
+                              harness::PutU16(b, 4, 1);
+                              harness::PutU8(b, 6, 6);
+                              harness::PutU8(b, 7, 1);
+                            }},
+                    PtzCase{"DeviceIdBeyondTheModels",
+                            "PtzDeviceId=3&PtzBaudRateIdx=255",
+                            PtzCatalogue(kThreeModels),
+                            {},
+                            [](Bytes& b) {
+                              harness::PutU16(b, 4, 3);
+                              harness::PutU8(b, 6, 6);
+                            }},
+                    PtzCase{"NegativeDeviceIdSelectsTheFirstModel",
+                            "PtzDeviceId=0x8000&PtzBaudRateIdx=255",
+                            PtzCatalogue({{2400, 1}, {4800, 1}}),
+                            {},
+                            [](Bytes& b) {
+                              harness::PutU16(b, 4, 0x8000);
+                              harness::PutU8(b, 6, 4);
+                            }},
+                    PtzCase{"RecordSizeZeroEndsTheWalk",
+                            "PtzDeviceId=1&PtzBaudRateIdx=255",
+                            PtzCatalogue({{2400, 1, 0}, {4800, 1}}),
+                            {},
+                            [](Bytes& b) {
+                              harness::PutU16(b, 4, 1);
+                              harness::PutU8(b, 6, 6);
+                            }},
+                    PtzCase{"RecordSizeBelowTheFixedPartEndsTheWalk",
+                            "PtzDeviceId=1&PtzBaudRateIdx=255",
+                            PtzCatalogue({{2400, 1, 1495}, {4800, 1}}),
+                            {},
+                            [](Bytes& b) {
+                              harness::PutU16(b, 4, 1);
+                              harness::PutU8(b, 6, 6);
+                            }},
+                    PtzCase{"LastRecordMayReachPastTheEnd",
+                            "PtzDeviceId=1&PtzBaudRateIdx=255",
+                            PtzCatalogue({{2400, 1}, {4800, 1, 99999}}),
+                            {},
+                            [](Bytes& b) {
+                              harness::PutU16(b, 4, 1);
+                              harness::PutU8(b, 6, 5);
+                            }},
+                    PtzCase{"ModuleFlagsAndAddresses",
+                            "PtzInstFlag0=1&PtzBaseAddr0=33&PtzInstFlag3=1&PtzBaseAddr2=0x10",
+                            {},
+                            {},
+                            [](Bytes& b) {
+                              harness::PutU32(b, ModuleBlock(0) + 4, 1);
+                              harness::PutU32(b, ModuleBlock(0), 33);
+                              harness::PutU32(b, ModuleBlock(3) + 4, 1);
+                              harness::PutU32(b, ModuleBlock(2), 16);
+                            }}),
     [](const auto& info) { return std::string(info.param.test_name); });
 
 TEST(PtzSet, NotifiesTheCameraControlDaemonWithSignal12) {
@@ -229,7 +254,8 @@ TEST(PtzModSet, ChangesOnlyThatModule) {
   harness::SandboxRoot root;
   const Bytes start = PtzStart();
   root.WriteFile(kPtzConf, start);
-  EXPECT_EQ(harness::PostCgi("nxptzmodset.cgi", "NxCgiVer=1&NxModId=2&PtzBaseAddr=5", root.path()).out, kHeader);
+  EXPECT_EQ(harness::PostCgi("nxptzmodset.cgi", "NxCgiVer=1&NxModId=2&PtzBaseAddr=5", root.path()).out,
+            kHeader);
   Bytes expected = start;
   harness::PutU32(expected, ModuleBlock(2), 5);
   EXPECT_EQ(harness::DescribeDifference(expected, root.ReadFile(kPtzConf)), "");
@@ -245,8 +271,9 @@ TEST(PtzPortSet, PresetNamesOfOnePort) {
   harness::SandboxRoot root;
   const Bytes start = PtzStart();
   root.WriteFile(kPtzConf, start);
-  const std::string form = "NxCgiVer=1&NxModId=2&PortId=3&PresetName7=&PresetName0=home&PresetName255=" +
-                           std::string(63, 'z') + "&PresetName9=" + std::string(64, 'y');
+  const std::string form =
+      "NxCgiVer=1&NxModId=2&PortId=3&PresetName7=&PresetName0=home&PresetName255=" + std::string(63, 'z') +
+      "&PresetName9=" + std::string(64, 'y');
   EXPECT_EQ(harness::PostCgi("nxptzportset.cgi", form, root.path()).out, kHeader);
   Bytes expected = start;
   harness::PutZeros(expected, PresetName(2, 3, 7), 64);
@@ -259,8 +286,9 @@ TEST(PtzPortSet, InvalidIdsArePrintedInThePage) {
   harness::SandboxRoot root;
   const Bytes start = PtzStart();
   root.WriteFile(kPtzConf, start);
-  EXPECT_EQ(harness::PostCgi("nxptzportset.cgi", "NxCgiVer=1&NxModId=4&PortId=0&PresetName0=a", root.path()).out,
-            std::string(kHeader) + "Invalid NxModId = 4<br>\n");
+  EXPECT_EQ(
+      harness::PostCgi("nxptzportset.cgi", "NxCgiVer=1&NxModId=4&PortId=0&PresetName0=a", root.path()).out,
+      std::string(kHeader) + "Invalid NxModId = 4<br>\n");
   EXPECT_EQ(harness::PostCgi("nxptzportset.cgi", "NxCgiVer=1&NxModId=1&PresetName0=a", root.path()).out,
             std::string(kHeader) + "Invalid PortId = -1<br>\n");
   EXPECT_EQ(root.ReadFile(kPtzConf), start);
@@ -366,7 +394,8 @@ INSTANTIATE_TEST_SUITE_P(
                      harness::PutU8(b, 18, 3);
                      ExpectCommonFields(b);
                    }},
-        SensorCase{"TypeTwoTakesOnlyTheCommonFields", "SensorModel=0&" + kAllFields, SensorCatalogue({{2}}), -1,
+        SensorCase{"TypeTwoTakesOnlyTheCommonFields", "SensorModel=0&" + kAllFields, SensorCatalogue({{2}}),
+                   -1,
                    [](Bytes& b) {
                      harness::PutU32(b, 4, 0);
                      ExpectCommonFields(b);
@@ -382,7 +411,10 @@ INSTANTIATE_TEST_SUITE_P(
                      ExpectCommonFields(b);
                    }},
         SensorCase{"BadRelayAddressChangesNothing", "RelayIpAddr=192.168.0", kTypes0433, 1, [](Bytes&) {}},
-        SensorCase{"NoCatalogueStoresMinusOneAndTheAimingSet", "SensorModel=0&SnsAimPosition=5", {}, 1,
+        SensorCase{"NoCatalogueStoresMinusOneAndTheAimingSet",
+                   "SensorModel=0&SnsAimPosition=5",
+                   {},
+                   1,
                    [](Bytes& b) {
                      harness::PutU32(b, 4, 0xffffffff);
                      harness::PutU32(b, 8, 5);

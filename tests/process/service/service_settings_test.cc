@@ -65,9 +65,9 @@ struct ServiceCase {
   const char* cgi;
   ServiceFile file;
   std::string form;
-  void (*expect)(Bytes&);  // the changes to the file; null: untouched
-  std::string body;        // the answer after the handler's header; "" on success without RetPage
-  int module = 1;          // the module whose file the request edits
+  void (*expect)(Bytes&);     // the changes to the file; null: untouched
+  std::string body;           // the answer after the handler's header; "" on success without RetPage
+  int module = 1;             // the module whose file the request edits
   std::size_t file_size = 0;  // the size of the file on disk, when not the record's
 };
 
@@ -137,10 +137,11 @@ INSTANTIATE_TEST_SUITE_P(
                       harness::PutU32(b, 4, 0xffffffff);
                     },
                     ""},
-        ServiceCase{"EmptyNumberChangesNothing", "nxmailsvc.cgi", kMail, "NxModId=1&NxCgiVer=1&SmtpPort=",
-                    [](Bytes&) {}, ""},
-        ServiceCase{"ModuleIsTheLow16Bits", "nxmailsvc.cgi", kMail, "NxModId=65537&NxCgiVer=65537&EnableSvc=1",
-                    [](Bytes& b) { harness::PutU32(b, 4, 1); }, ""},
+        ServiceCase{"EmptyNumberChangesNothing", "nxmailsvc.cgi", kMail,
+                    "NxModId=1&NxCgiVer=1&SmtpPort=", [](Bytes&) {}, ""},
+        ServiceCase{"ModuleIsTheLow16Bits", "nxmailsvc.cgi", kMail,
+                    "NxModId=65537&NxCgiVer=65537&EnableSvc=1", [](Bytes& b) { harness::PutU32(b, 4, 1); },
+                    ""},
         ServiceCase{"ModuleFourFails", "nxmailsvc.cgi", kMail, "NxModId=4&NxCgiVer=1&EnableSvc=1", nullptr,
                     ErrorPage("nxmailsvc.cgi")},
         ServiceCase{"VersionMissingFails", "nxmailsvc.cgi", kMail, "NxModId=1&EnableSvc=1", nullptr,
@@ -149,8 +150,9 @@ INSTANTIATE_TEST_SUITE_P(
                     ErrorPage("nxmailsvc.cgi")},
         ServiceCase{"ShortFileFails", "nxmailsvc.cgi", kMail, "NxModId=1&NxCgiVer=1&EnableSvc=1", nullptr,
                     ErrorPage("nxmailsvc.cgi"), 1, 4571},
-        ServiceCase{"LongerFileIsSavedAtRecordSize", "nxmailsvc.cgi", kMail, "NxModId=1&NxCgiVer=1&EnableSvc=7",
-                    [](Bytes& b) { harness::PutU32(b, 4, 7); }, "", 1, 4573},
+        ServiceCase{"LongerFileIsSavedAtRecordSize", "nxmailsvc.cgi", kMail,
+                    "NxModId=1&NxCgiVer=1&EnableSvc=7", [](Bytes& b) { harness::PutU32(b, 4, 7); }, "", 1,
+                    4573},
         ServiceCase{"PortClampsImageAndQueueCount", "nxmailsvcport.cgi", kMail,
                     "NxModId=1&NxCgiVer=1&PortId=2&ImageCount=15&QueueCount=12",
                     [](Bytes& b) {
@@ -175,13 +177,14 @@ INSTANTIATE_TEST_SUITE_P(
         ServiceCase{"PortIdIsTheLow16Bits", "nxmailsvcport.cgi", kMail,
                     "NxModId=1&NxCgiVer=1&PortId=65538&PauseTime=1",
                     [](Bytes& b) { harness::PutU32(b, MailPort(2) + 344, 1); }, ""},
-        ServiceCase{"PortIdAboveThreeIsPrinted", "nxmailsvcport.cgi", kMail,
-                    "NxModId=1&NxCgiVer=1&PortId=7&PauseTime=1", nullptr,
-                    "NxCgi_MailSvcPortCfgFunc PortId = [7]: PortId ERROR!!!<br>\n" + ErrorPage("nxmailsvcport.cgi")},
-        ServiceCase{"PortIdMissingIsPrintedAsMinusOne", "nxmailsvcport.cgi", kMail,
-                    "NxModId=1&NxCgiVer=1&PauseTime=1", nullptr,
-                    "NxCgi_MailSvcPortCfgFunc PortId = [-1]: PortId ERROR!!!<br>\n" +
-                        ErrorPage("nxmailsvcport.cgi")},
+        ServiceCase{
+            "PortIdAboveThreeIsPrinted", "nxmailsvcport.cgi", kMail,
+            "NxModId=1&NxCgiVer=1&PortId=7&PauseTime=1", nullptr,
+            "NxCgi_MailSvcPortCfgFunc PortId = [7]: PortId ERROR!!!<br>\n" + ErrorPage("nxmailsvcport.cgi")},
+        ServiceCase{
+            "PortIdMissingIsPrintedAsMinusOne", "nxmailsvcport.cgi", kMail,
+            "NxModId=1&NxCgiVer=1&PauseTime=1", nullptr,
+            "NxCgi_MailSvcPortCfgFunc PortId = [-1]: PortId ERROR!!!<br>\n" + ErrorPage("nxmailsvcport.cgi")},
         ServiceCase{"PortLoadFailureIsPrinted", "nxmailsvcport.cgi", kMail,
                     "NxModId=1&NxCgiVer=1&PortId=1&PauseTime=1", nullptr,
                     "NxCgi_MailSvcPortCfgFunc PortId = [1]: LoadSvcCfgFile() ERROR!!!<br>\n" +
@@ -205,8 +208,8 @@ INSTANTIATE_TEST_SUITE_P(
                     },
                     ""},
         ServiceCase{"LongValuesFitTheLargerBuffer", "nxdicgi.cgi", kDiCgi,
-                    "NxModId=1&NxCgiVer=1&CgiPath=" + std::string(200, 'p') + "&User=" + std::string(31, 'u') +
-                        "&IpAddrAux1=" + std::string(150, '1'),
+                    "NxModId=1&NxCgiVer=1&CgiPath=" + std::string(200, 'p') +
+                        "&User=" + std::string(31, 'u') + "&IpAddrAux1=" + std::string(150, '1'),
                     [](Bytes& b) {
                       harness::PutString(b, 176, std::string(200, 'p'));
                       harness::PutString(b, 432, std::string(31, 'u'));
@@ -292,7 +295,8 @@ INSTANTIATE_TEST_SUITE_P(
                     ""},
         ServiceCase{"DigitalOutput", "nxdosvc.cgi", kDOut, "NxModId=1&NxCgiVer=0&EnableSvc=0",
                     [](Bytes& b) { harness::PutU32(b, 4, 0); }, ""},
-        ServiceCase{"DigitalOutputPort", "nxdosvcport.cgi", kDOut, "NxModId=1&NxCgiVer=1&PortId=1&DoDuration=0x10",
+        ServiceCase{"DigitalOutputPort", "nxdosvcport.cgi", kDOut,
+                    "NxModId=1&NxCgiVer=1&PortId=1&DoDuration=0x10",
                     [](Bytes& b) { harness::PutU32(b, DOutPort(1), 16); }, ""},
         ServiceCase{"Call", "nxcall.cgi", kCall, "NxModId=1&NxCgiVer=1&EnableSvc=1",
                     [](Bytes& b) { harness::PutU32(b, 4, 1); }, ""},
@@ -324,7 +328,8 @@ TEST(ServiceSettings, TypicalMailPortRequestSavesAndReturnsThePage) {
   root.WriteFile(FilePath(kMail, 1), start);
   root.WriteFile("/web/mail.html", "<p>mail</p>\n");
   const harness::ProcessResult result = harness::PostCgi(
-      "nxmailsvcport.cgi", "NxModId=1&NxCgiVer=1&PortId=2&ImageCount=5&SaveCfg=YES&RetPage=/mail.html", root.path());
+      "nxmailsvcport.cgi", "NxModId=1&NxCgiVer=1&PortId=2&ImageCount=5&SaveCfg=YES&RetPage=/mail.html",
+      root.path());
   EXPECT_EQ(result.out, std::string(kHeader) +
                             "<script language=javascript>\nvar NXMODID = 1;\nvar PORTID = 2;\n</script>\n"
                             "<p>mail</p>\n");

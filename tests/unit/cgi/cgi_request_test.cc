@@ -87,21 +87,20 @@ TEST_P(FieldCopy, BothAccessors) {
 
 INSTANTIATE_TEST_SUITE_P(
     Cases, FieldCopy,
-    testing::Values(
-        FieldCase{"f=abc", 16, CGI_FIELD_OK, "abc", CGI_FIELD_OK, "abc"},
-        FieldCase{"g=abc", 16, CGI_FIELD_NOT_FOUND, "", CGI_FIELD_NOT_FOUND, ""},
-        FieldCase{"f=", 16, CGI_FIELD_EMPTY, "", CGI_FIELD_EMPTY, ""},
-        FieldCase{"f=abcdef", 4, CGI_FIELD_TRUNCATED, "abc", CGI_FIELD_TRUNCATED, "abc"},
-        FieldCase{"f=abc", 4, CGI_FIELD_OK, "abc", CGI_FIELD_OK, "abc"},
-        FieldCase{"f=l1%0D%0Al2", 16, CGI_FIELD_OK, "l1l2", CGI_FIELD_OK, "l1\nl2"},
-        FieldCase{"f=a%0D%0D%0Ab", 16, CGI_FIELD_OK, "ab", CGI_FIELD_OK, "a\n\nb"},
-        FieldCase{"f=a%0A%0A%0Db", 16, CGI_FIELD_OK, "ab", CGI_FIELD_OK, "a\n\nb"},
-        FieldCase{"f=%0D%0A%0D", 16, CGI_FIELD_EMPTY, "", CGI_FIELD_OK, "\n\n"},
-        FieldCase{"f=ab%0A", 16, CGI_FIELD_OK, "ab", CGI_FIELD_OK, "ab\n"},
-        // The line breaks would pass the end: the text result is truncated.
-        FieldCase{"f=ab%0A%0A%0A", 4, CGI_FIELD_OK, "ab", CGI_FIELD_TRUNCATED, "ab\n"},
-        FieldCase{"f=abc%0A", 4, CGI_FIELD_OK, "abc", CGI_FIELD_TRUNCATED, "abc"},
-        FieldCase{"f=a%00b", 16, CGI_FIELD_OK, "a", CGI_FIELD_OK, "a"}));
+    testing::Values(FieldCase{"f=abc", 16, CGI_FIELD_OK, "abc", CGI_FIELD_OK, "abc"},
+                    FieldCase{"g=abc", 16, CGI_FIELD_NOT_FOUND, "", CGI_FIELD_NOT_FOUND, ""},
+                    FieldCase{"f=", 16, CGI_FIELD_EMPTY, "", CGI_FIELD_EMPTY, ""},
+                    FieldCase{"f=abcdef", 4, CGI_FIELD_TRUNCATED, "abc", CGI_FIELD_TRUNCATED, "abc"},
+                    FieldCase{"f=abc", 4, CGI_FIELD_OK, "abc", CGI_FIELD_OK, "abc"},
+                    FieldCase{"f=l1%0D%0Al2", 16, CGI_FIELD_OK, "l1l2", CGI_FIELD_OK, "l1\nl2"},
+                    FieldCase{"f=a%0D%0D%0Ab", 16, CGI_FIELD_OK, "ab", CGI_FIELD_OK, "a\n\nb"},
+                    FieldCase{"f=a%0A%0A%0Db", 16, CGI_FIELD_OK, "ab", CGI_FIELD_OK, "a\n\nb"},
+                    FieldCase{"f=%0D%0A%0D", 16, CGI_FIELD_EMPTY, "", CGI_FIELD_OK, "\n\n"},
+                    FieldCase{"f=ab%0A", 16, CGI_FIELD_OK, "ab", CGI_FIELD_OK, "ab\n"},
+                    // The line breaks would pass the end: the text result is truncated.
+                    FieldCase{"f=ab%0A%0A%0A", 4, CGI_FIELD_OK, "ab", CGI_FIELD_TRUNCATED, "ab\n"},
+                    FieldCase{"f=abc%0A", 4, CGI_FIELD_OK, "abc", CGI_FIELD_TRUNCATED, "abc"},
+                    FieldCase{"f=a%00b", 16, CGI_FIELD_OK, "a", CGI_FIELD_OK, "a"}));
 
 TEST(StrEqNoCase, ComparesLettersIgnoringCase) {
   EXPECT_EQ(CgiStrEqNoCase("POST", "post"), 1);

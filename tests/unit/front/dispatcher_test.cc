@@ -40,9 +40,10 @@ int FillsWholeBuffer(char* err_msg) {
 }
 
 constexpr CgiHandlerEntry kTestTable[] = {
-    {"fails.cgi", FailsWithMessage}, {"silent.cgi", FailsSilently}, {"answers.cgi", AnswersItself},
-    {"ok.cgi", Succeeds},           {"full.cgi", FillsWholeBuffer}, {"missing.cgi", nullptr},
-    {"fails.cgi", FailsSilently},   {nullptr, nullptr},
+    {"fails.cgi", FailsWithMessage}, {"silent.cgi", FailsSilently},
+    {"answers.cgi", AnswersItself},  {"ok.cgi", Succeeds},
+    {"full.cgi", FillsWholeBuffer},  {"missing.cgi", nullptr},
+    {"fails.cgi", FailsSilently},    {nullptr, nullptr},
 };
 
 harness::InProcessResult Dispatch(harness::InProcess& process, const char* argv0) {
@@ -117,9 +118,8 @@ TEST_F(Epilogue, RunsCommandsInOrderBeforeThePage) {
   EXPECT_EQ(result.out,
             "Content-type: text/html\r\n\r\n<script language=javascript>\nvar NXMODID = 1;\nvar PORTID = 2;\n"
             "</script>\n<p>mail</p>\n");
-  EXPECT_EQ(process_.commands(),
-            (std::vector<std::string>{"/usr/sbin/savecfg > /dev/null 2>/dev/null", "touch /tmp/NxConfChg",
-                                      "rm /tmp/NxConfChg"}));
+  EXPECT_EQ(process_.commands(), (std::vector<std::string>{"/usr/sbin/savecfg > /dev/null 2>/dev/null",
+                                                           "touch /tmp/NxConfChg", "rm /tmp/NxConfChg"}));
   EXPECT_EQ(process_.host_commands().front(), sandbox_.path() + "/usr/sbin/savecfg > /dev/null 2>/dev/null");
 }
 
@@ -140,7 +140,8 @@ class EpiloguePages : public Epilogue, public testing::WithParamInterface<PageCa
 TEST_P(EpiloguePages, AnswerAfterTheHandlersHeader) {
   sandbox_.WriteFile("/web/setup/port.html", "PAGE");
   process_.SetForm(GetParam().form);
-  EXPECT_EQ(Dispatch(process_, "ok.cgi").out, std::string("Content-type: text/html\r\n\r\n") + GetParam().body);
+  EXPECT_EQ(Dispatch(process_, "ok.cgi").out,
+            std::string("Content-type: text/html\r\n\r\n") + GetParam().body);
 }
 
 INSTANTIATE_TEST_SUITE_P(
@@ -152,10 +153,12 @@ INSTANTIATE_TEST_SUITE_P(
                  "<script language=javascript>\nvar NXMODID = 2;\n</script>\nPAGE"},
         PageCase{"RetPage=setup/port.html&NxModId=abc&PortId=x%22y",
                  "<script language=javascript>\nvar NXMODID = abc;\nvar PORTID = x\"y;\n</script>\nPAGE"},
-        PageCase{"RetPage=/none.html", "<script language=javascript>\n</script>\nPage Open Error (/web/none.html)"},
-        PageCase{"RetReDir=/index.html%3Fa=1",
-                 "<html>\n<head>\n<script language=javascript>\nlocation.href=\"/index.html?a=1\";\n</script>\n"
-                 "</head>\n<body>\n</body>\n</html>\n"},
+        PageCase{"RetPage=/none.html",
+                 "<script language=javascript>\n</script>\nPage Open Error (/web/none.html)"},
+        PageCase{
+            "RetReDir=/index.html%3Fa=1",
+            "<html>\n<head>\n<script language=javascript>\nlocation.href=\"/index.html?a=1\";\n</script>\n"
+            "</head>\n<body>\n</body>\n</html>\n"},
         PageCase{"RetPage=none.html&RetReDir=x",
                  "<script language=javascript>\n</script>\nPage Open Error (/web/none.html)<html>\n<head>\n"
                  "<script language=javascript>\nlocation.href=\"x\";\n</script>\n</head>\n<body>\n</body>\n"

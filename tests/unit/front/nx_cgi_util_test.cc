@@ -19,10 +19,11 @@ class NumberConversion : public testing::TestWithParam<NumberCase> {};
 TEST_P(NumberConversion, StrToNum) { EXPECT_EQ(StrToNum(GetParam().text), GetParam().value); }
 
 INSTANTIATE_TEST_SUITE_P(Cases, NumberConversion,
-                         testing::Values(NumberCase{"0x1F", 31}, NumberCase{"0X1f", 31}, NumberCase{"0x0x1f", 31},
-                                         NumberCase{"0x1g2", 1}, NumberCase{"0x", 0}, NumberCase{"017", 17},
-                                         NumberCase{"  42", 42}, NumberCase{"-1", -1}, NumberCase{"abc", 0},
-                                         NumberCase{"", 0}, NumberCase{"12abc", 12}, NumberCase{"+7", 7},
+                         testing::Values(NumberCase{"0x1F", 31}, NumberCase{"0X1f", 31},
+                                         NumberCase{"0x0x1f", 31}, NumberCase{"0x1g2", 1},
+                                         NumberCase{"0x", 0}, NumberCase{"017", 17}, NumberCase{"  42", 42},
+                                         NumberCase{"-1", -1}, NumberCase{"abc", 0}, NumberCase{"", 0},
+                                         NumberCase{"12abc", 12}, NumberCase{"+7", 7},
                                          NumberCase{"0xFFFFFFFF", -1}, NumberCase{"0x100000001", 1},
                                          NumberCase{"99999999999", INT32_MAX},
                                          NumberCase{"-99999999999", INT32_MIN}));
@@ -55,7 +56,8 @@ TEST_P(VersionCheck, AcceptsLow16BitsZeroOrOne) {
 }
 
 INSTANTIATE_TEST_SUITE_P(Cases, VersionCheck,
-                         testing::Values(CheckCase{"NxCgiVer=1", 1, 1, ""}, CheckCase{"NxCgiVer=0x0001", 1, 1, ""},
+                         testing::Values(CheckCase{"NxCgiVer=1", 1, 1, ""},
+                                         CheckCase{"NxCgiVer=0x0001", 1, 1, ""},
                                          CheckCase{"NxCgiVer=0", 1, 0, ""},
                                          CheckCase{"NxCgiVer=2", 0, 2, "Error NxCgiVer : 0002\n"},
                                          CheckCase{"NxCgiVer=65537", 1, 1, ""},
@@ -177,7 +179,8 @@ TEST(CompareAndUpdate, IndexVariantsReadNameFollowedByIndex) {
   const std::string long_name(200, 'n');
   const harness::Captured captured = process.Capture(
       [&] { EXPECT_EQ(CgiCheckFieldOfIntTypeWithIndex(nullptr, long_name.c_str(), 12, nullptr), 0); });
-  EXPECT_NE(captured.err.find(")]\tfail to make name(" + long_name + ") with index(12)\n"), std::string::npos);
+  EXPECT_NE(captured.err.find(")]\tfail to make name(" + long_name + ") with index(12)\n"),
+            std::string::npos);
 }
 
 }  // namespace
