@@ -2,12 +2,15 @@
 
 #include <cstring>
 
+#include "handlers/device/device_handlers.h"
+#include "handlers/maint/maint_handlers.h"
+
 // Rows stand one per line as {"name.cgi", handler}: the install step reads
 // the names from these lines. A null handler answers "NOT Found Cgi Func".
 constexpr CgiHandlerEntry kCgiHandlerTable[] = {
-    {"nxuartset.cgi", nullptr},
+    {"nxuartset.cgi", NxCgi_UartSetFunc},
     {"nxuoutset.cgi", nullptr},
-    {"nxuoutctr.cgi", nullptr},
+    {"nxuoutctr.cgi", NxCgi_UartOutCtrFunc},
     {"nxptzset.cgi", nullptr},
     {"nxptzmodset.cgi", nullptr},
     {"nxptzportset.cgi", nullptr},
@@ -29,19 +32,19 @@ constexpr CgiHandlerEntry kCgiHandlerTable[] = {
     {"nxdosvcport.cgi", nullptr},
     {"nxiholdsvc.cgi", nullptr},
     {"nxiholdsvcport.cgi", nullptr},
-    {"nxiholdcln.cgi", nullptr},
+    {"nxiholdcln.cgi", NxCgi_IholdClnFunc},
     {"nxaoip.cgi", nullptr},
     {"nxcall.cgi", nullptr},
     {"nxdialup.cgi", nullptr},
     {"nxrdskbuff.cgi", nullptr},
-    {"nxadvsvc.cgi", nullptr},
-    {"nxdosyscmd.cgi", nullptr},
-    {"nxevtnote.cgi", nullptr},
-    {"nxcamgpctl.cgi", nullptr},
+    {"nxadvsvc.cgi", NxCgi_AdvSvcFunc},
+    {"nxdosyscmd.cgi", NxCgi_DoSysCmdFunc},
+    {"nxevtnote.cgi", NxCgi_EvtNoteFunc},
+    {"nxcamgpctl.cgi", NxCgi_CamGpCtlFunc},
     {"nxesmtaset.cgi", nullptr},
     {"nxisensconf.cgi", nullptr},
-    {"nxsettextfile.cgi", nullptr},
-    {"nxchghwoption.cgi", nullptr},
+    {"nxsettextfile.cgi", NxCgi_SetTextFileFunc},
+    {"nxchghwoption.cgi", NxCgi_ChgHwOptionFunc},
     {nullptr, nullptr},
 };
 
