@@ -44,7 +44,7 @@ int NxCgi_ChgHwOptionFunc(char* err_msg) {
     std::snprintf(err_msg, kCgiErrMsgSize, "Too long string parameter error<br>\n");
     return -1;
   }
-  replacement.copy(product + offset, replacement.size());
+  std::memcpy(product + offset, replacement.data(), replacement.size());
 
   platform::ShellCommand store;
   store.Path("/usr/sbin/fuc").Text(" -sh sft-string offset=1 data=");

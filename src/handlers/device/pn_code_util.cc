@@ -108,7 +108,7 @@ int PnCodeUtilKvfStrRead(std::span<char> buffer, int slot) {
                  value.size());
     return -1;
   }
-  value.copy(buffer.data(), value.size());
+  std::memcpy(buffer.data(), value.data(), value.size());
   buffer[value.size()] = '\0';
   return static_cast<int>(value.size());
 }

@@ -12,7 +12,7 @@ namespace device {
 inline void AppendQuotedWord(platform::ShellCommand& command, std::string_view text) {
   command.Text("'");
   for (std::size_t quote = text.find('\''); quote != std::string_view::npos; quote = text.find('\'')) {
-    command.Text(text.substr(0, quote)).Text("'\\''");
+    command.Text(std::string_view(text.data(), quote)).Text("'\\''");
     text.remove_prefix(quote + 1);
   }
   command.Text(text).Text("'");

@@ -2,6 +2,7 @@
 
 #include <cctype>
 #include <cstdio>
+#include <cstring>
 #include <string_view>
 
 #include "cgi/cgi_request.h"
@@ -57,12 +58,12 @@ int ParseData(std::string_view text, int32_t length, std::span<uint8_t, device::
     if (position == text.size()) break;
     std::size_t end = text.find(',', position);
     if (end == std::string_view::npos) end = text.size();
-    if (taken == 0) *first_piece_end = text.substr(0, end);
+    if (taken == 0) *first_piece_end = std::string_view(text.data(), end);
 
     char piece[kFieldSize];
-    const std::string_view piece_text = text.substr(position, end - position);
-    piece_text.copy(piece, piece_text.size());
-    piece[piece_text.size()] = '\0';
+    const std::size_t piece_size = end - position;
+    std::memcpy(piece, text.data() + position, piece_size);
+    piece[piece_size] = '\0';
     data[static_cast<std::size_t>(taken)] = std::isdigit(static_cast<unsigned char>(piece[0]))
                                                 ? static_cast<uint8_t>(StrToNum(piece))
                                                 : static_cast<uint8_t>(piece[0]);

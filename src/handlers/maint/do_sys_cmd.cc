@@ -32,7 +32,7 @@ CommandList SplitCommands(std::string_view text) {
   CommandList list;
   while (!text.empty() && list.count < kMaxCommands) {
     const std::size_t end = text.find(';');
-    const std::string_view piece = text.substr(0, end);
+    const std::string_view piece(text.data(), end == std::string_view::npos ? text.size() : end);
     if (!piece.empty()) list.items[list.count++] = piece;
     if (end == std::string_view::npos) break;
     text.remove_prefix(end + 1);
