@@ -47,18 +47,21 @@ unsigned ReplyWaitMs(int32_t rx_wait_tm) {
   return wait < kReplyMaxWaitMs ? wait : kReplyMaxWaitMs;
 }
 
-// Splits Data at commas into up to `length` bytes; the number of bytes taken.
+// Splits Data at commas into up to `length` bytes and returns how many were
+// taken. A piece that starts with a digit is a number cut to 8 bits, any
+// other piece gives the code of its first character. *shown is the text as
+// far as the end of its first piece, as a refusal quotes it.
 int ParseData(std::string_view text, int32_t length, std::span<uint8_t, device::kUartOutDataSize> data,
-              std::string_view* first_piece_end) {
+              std::string_view* shown) {
   int taken = 0;
   std::size_t position = 0;
-  *first_piece_end = text;
+  *shown = text;
   while (taken < length && static_cast<std::size_t>(taken) < data.size()) {
     while (position < text.size() && text[position] == ',') ++position;
     if (position == text.size()) break;
     std::size_t end = text.find(',', position);
     if (end == std::string_view::npos) end = text.size();
-    if (taken == 0) *first_piece_end = std::string_view(text.data(), end);
+    if (taken == 0) *shown = std::string_view(text.data(), end);
 
     char piece[kFieldSize];
     const std::size_t piece_size = end - position;
@@ -136,10 +139,10 @@ int NxCgi_UartOutCtrFunc(char* err_msg) {
       std::snprintf(err_msg, kCgiErrMsgSize, "Have No Data");
       return -1;
     }
-    std::string_view first_piece_end;
-    if (ParseData(value, length, message.Data(), &first_piece_end) != length) {
-      std::snprintf(err_msg, kCgiErrMsgSize, "Invalied Data=%.*s", static_cast<int>(first_piece_end.size()),
-                    first_piece_end.data());
+    std::string_view shown;
+    if (ParseData(value, length, message.Data(), &shown) != length) {
+      std::snprintf(err_msg, kCgiErrMsgSize, "Invalied Data=%.*s", static_cast<int>(shown.size()),
+                    shown.data());
       return -1;
     }
   }
