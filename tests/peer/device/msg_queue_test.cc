@@ -128,25 +128,4 @@ TEST(MsgQueueErrors, InvalidQueueLines) {
       "AdvMgRcvMsgQ ERROR !!!\nIllegal msgqid value, or msgsz less than 0.\n");
 }
 
-TEST(MsgQueueErrors, NegativeTypeIsTheKernelsToRefuse) {
-  const int queue = MsgQCreate(IPC_PRIVATE);
-  ASSERT_GE(queue, 0);
-  const Bytes message = {0xff, 0xff, 0xff, 0xff, 'x'};
-  int result = 0;
-
-  const harness::Captured captured = harness::CaptureStdio([&] { result = AdvMgSndMsgQ(queue, message); });
-  MsgQRemove(queue);
-
-  EXPECT_EQ(result, -1);
-  EXPECT_EQ(captured.err.substr(0, 23), "AdvMgSndMsgQ ERROR !!!\n");
-}
-
-TEST(MsgQueueErrors, RemovedQueueIsGone) {
-  const int queue = MsgQCreate(IPC_PRIVATE);
-  ASSERT_GE(queue, 0);
-  EXPECT_EQ(MsgQRemove(queue), 0);
-  EXPECT_EQ(MsgQRemove(queue), -1);
-  EXPECT_EQ(MsgQGet(0x7fff1234), -1);
-}
-
 }  // namespace
