@@ -16,7 +16,9 @@
 #include <thread>
 #include <vector>
 
+#include "handlers/device/device_handlers.h"
 #include "harness/expected_pages.h"
+#include "harness/in_process.h"
 #include "harness/process.h"
 #include "harness/sandbox.h"
 
@@ -246,6 +248,30 @@ TEST(UartOutCtrPeer, SilentServiceTimesOutAndReplyQueueIsRemoved) {
   EXPECT_EQ(result.out, ErrorPage("nxuoutctr.cgi", "No reply from serial output service within 3000 ms"));
   EXPECT_EQ(service.requests().size(), 1u);
   EXPECT_EQ(QueueCount(), queues_before);
+}
+
+// In-process the pauses are only recorded, so the whole allowance can be
+// counted without waiting for it.
+TEST(UartOutCtrPeer, WaitGrowsWithRxWaitTmUpToACap) {
+  struct Case {
+    const char* form;
+    unsigned wait_ms;
+  };
+  FakeUartOutService service([](const Request&) { return std::nullopt; });
+  for (const Case& c : {Case{"NxCgiVer=1", 3000}, Case{"NxCgiVer=1&RxWaitTm=500", 3500},
+                        Case{"NxCgiVer=1&RxWaitTm=-5", 3000}, Case{"NxCgiVer=1&RxWaitTm=999999", 60000}}) {
+    SCOPED_TRACE(c.form);
+    harness::InProcess run;
+    run.SetForm(c.form);
+
+    const harness::InProcessResult result = run.RunHandler(NxCgi_UartOutCtrFunc);
+
+    EXPECT_EQ(result.result, -1);
+    EXPECT_EQ(result.err_msg,
+              "No reply from serial output service within " + std::to_string(c.wait_ms) + " ms");
+    EXPECT_EQ(run.sleeps(), std::vector<unsigned long long>(c.wait_ms / 10, 10000));
+  }
+  EXPECT_EQ(service.requests().size(), 4u);
 }
 
 TEST(UartOutCtrPeer, NoServiceAnswersAtOnceWithoutLeavingQueues) {
