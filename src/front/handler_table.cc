@@ -2,6 +2,8 @@
 
 #include <cstring>
 
+#include "handlers/device/device_handlers.h"
+#include "handlers/maint/maint_handlers.h"
 #include "handlers/service/buffer_handlers.h"
 #include "handlers/service/condition_handler.h"
 #include "handlers/service/ptz_handlers.h"
@@ -11,9 +13,9 @@
 // Rows stand one per line as {"name.cgi", handler}: the install step reads
 // the names from these lines. A null handler answers "NOT Found Cgi Func".
 constexpr CgiHandlerEntry kCgiHandlerTable[] = {
-    {"nxuartset.cgi", nullptr},
+    {"nxuartset.cgi", NxCgi_UartSetFunc},
     {"nxuoutset.cgi", nullptr},
-    {"nxuoutctr.cgi", nullptr},
+    {"nxuoutctr.cgi", NxCgi_UartOutCtrFunc},
     {"nxptzset.cgi", NxCgi_PtzConfSetCgifunc},
     {"nxptzmodset.cgi", NxCgi_PtzModSetCgifunc},
     {"nxptzportset.cgi", NxCgi_PtzPortSetCgifunc},
@@ -35,19 +37,19 @@ constexpr CgiHandlerEntry kCgiHandlerTable[] = {
     {"nxdosvcport.cgi", NxCgi_DoSvcPortCfgFunc},
     {"nxiholdsvc.cgi", NxCgi_IholdSvcCfgFunc},
     {"nxiholdsvcport.cgi", NxCgi_IholdSvcPortCfgFunc},
-    {"nxiholdcln.cgi", nullptr},
+    {"nxiholdcln.cgi", NxCgi_IholdClnFunc},
     {"nxaoip.cgi", NxCgi_AoipCfgFunc},
     {"nxcall.cgi", NxCgi_CallCfgFunc},
     {"nxdialup.cgi", NxCgi_DialUpFunc},
     {"nxrdskbuff.cgi", NxCgi_RdskBuffFunc},
-    {"nxadvsvc.cgi", nullptr},
-    {"nxdosyscmd.cgi", nullptr},
-    {"nxevtnote.cgi", nullptr},
-    {"nxcamgpctl.cgi", nullptr},
+    {"nxadvsvc.cgi", NxCgi_AdvSvcFunc},
+    {"nxdosyscmd.cgi", NxCgi_DoSysCmdFunc},
+    {"nxevtnote.cgi", NxCgi_EvtNoteFunc},
+    {"nxcamgpctl.cgi", NxCgi_CamGpCtlFunc},
     {"nxesmtaset.cgi", nullptr},
     {"nxisensconf.cgi", nullptr},
-    {"nxsettextfile.cgi", nullptr},
-    {"nxchghwoption.cgi", nullptr},
+    {"nxsettextfile.cgi", NxCgi_SetTextFileFunc},
+    {"nxchghwoption.cgi", NxCgi_ChgHwOptionFunc},
     {nullptr, nullptr},
 };
 
