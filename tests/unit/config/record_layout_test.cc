@@ -136,7 +136,8 @@ TEST(RecordLayout, NumbersAndBlocksAreNaturallyAligned) {
       for (const Field* field : view) {
         std::uint32_t alignment = 1;
         if (field->type == FieldType::kU16) alignment = 2;
-        if (field->type == FieldType::kU32 || field->type == FieldType::kI32 || field->type == FieldType::kBlock) {
+        if (field->type == FieldType::kU32 || field->type == FieldType::kI32 ||
+            field->type == FieldType::kBlock) {
           alignment = 4;
         }
         for (std::uint32_t i = 0; i < field->elements(); ++i) {
@@ -295,7 +296,8 @@ TEST(SvcFiles, ConditionTablesAreWhereTheWalkFindsConditionRecords) {
       const std::string first = has_ports ? "Port" + std::to_string(entry) + ".Cond0" : "Cond0";
       EXPECT_EQ(table, config::FindField(layout, first).offset) << entry;
       EXPECT_LE(table + 3 * config::kSvcCond.size, layout.size);
-      for (std::uint32_t c = 0; c < config::kSvcCondCount; ++c) from_tables.insert(table + c * config::kSvcCond.size);
+      for (std::uint32_t c = 0; c < config::kSvcCondCount; ++c)
+        from_tables.insert(table + c * config::kSvcCond.size);
     }
     EXPECT_EQ(from_tables, cond_records);
     EXPECT_EQ(cond_records.size(), (has_ports ? 4u : 1u) * config::kSvcCondCount);
