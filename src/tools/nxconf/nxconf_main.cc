@@ -91,6 +91,10 @@ int Init(int argc, char** argv) {
 int main(int argc, char** argv) {
   if (argc < 2) nxconf::Die("%s", nxconf::kUsage);
   const std::string command = argv[1];
+  if (command == "help" || command == "--help" || command == "-h") {
+    std::printf("%s\n", nxconf::kUsage);
+    return 0;
+  }
   if (command == "init") return nxconf::Init(argc, argv);
   // FILE arguments are host paths: keep the platform layer from mapping them.
   unsetenv("NXCGI_ROOT");
