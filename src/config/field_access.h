@@ -12,7 +12,8 @@
 namespace config {
 
 constexpr bool IsNumber(FieldType type) {
-  return type == FieldType::kU8 || type == FieldType::kU16 || type == FieldType::kU32 || type == FieldType::kI32;
+  return type == FieldType::kU8 || type == FieldType::kU16 || type == FieldType::kU32 ||
+         type == FieldType::kI32;
 }
 
 // The number in a u8/u16/u32/i32 field (i32 sign-extended); 0 for others.

@@ -63,7 +63,8 @@ inline std::string_view LoadText(std::span<const std::uint8_t> bytes, std::size_
 // Stores a text with its terminating NUL, as the handlers do: the bytes
 // after the NUL keep what they held. Refuses (false, nothing stored) a text
 // of width characters or more.
-inline bool StoreText(std::span<std::uint8_t> bytes, std::size_t offset, std::size_t width, std::string_view text) {
+inline bool StoreText(std::span<std::uint8_t> bytes, std::size_t offset, std::size_t width,
+                      std::string_view text) {
   if (text.size() >= width) return false;
   std::memcpy(bytes.data() + offset, text.data(), text.size());
   bytes[offset + text.size()] = 0;

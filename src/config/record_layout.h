@@ -107,10 +107,18 @@ struct Layout {
 
 // Row builders.
 constexpr Field U8(std::string_view name, std::uint32_t offset) { return {name, offset, FieldType::kU8, 1}; }
-constexpr Field U16(std::string_view name, std::uint32_t offset) { return {name, offset, FieldType::kU16, 2}; }
-constexpr Field U32(std::string_view name, std::uint32_t offset) { return {name, offset, FieldType::kU32, 4}; }
-constexpr Field I32(std::string_view name, std::uint32_t offset) { return {name, offset, FieldType::kI32, 4}; }
-constexpr Field Ipv4(std::string_view name, std::uint32_t offset) { return {name, offset, FieldType::kIpv4, 4}; }
+constexpr Field U16(std::string_view name, std::uint32_t offset) {
+  return {name, offset, FieldType::kU16, 2};
+}
+constexpr Field U32(std::string_view name, std::uint32_t offset) {
+  return {name, offset, FieldType::kU32, 4};
+}
+constexpr Field I32(std::string_view name, std::uint32_t offset) {
+  return {name, offset, FieldType::kI32, 4};
+}
+constexpr Field Ipv4(std::string_view name, std::uint32_t offset) {
+  return {name, offset, FieldType::kIpv4, 4};
+}
 constexpr Field Char(std::string_view name, std::uint32_t offset, std::uint32_t width) {
   return {name, offset, FieldType::kChar, width};
 }
@@ -118,7 +126,8 @@ constexpr Field Raw(std::string_view name, std::uint32_t offset, std::uint32_t w
   return {name, offset, FieldType::kRaw, width};
 }
 // An array of `count` blocks laid out back to back.
-constexpr Field Blocks(std::string_view name, std::uint32_t offset, const Layout& layout, std::uint32_t count) {
+constexpr Field Blocks(std::string_view name, std::uint32_t offset, const Layout& layout,
+                       std::uint32_t count) {
   Field field{name, offset, FieldType::kBlock, layout.size};
   field.block = &layout;
   return field.Times(count, layout.size);
@@ -248,6 +257,14 @@ constexpr FieldRef FindInFields(std::span<const Field> fields, std::string_view 
 }
 
 constexpr FieldRef FindIn(const Layout& layout, std::string_view path, std::uint32_t base) {
+  // "Type3.OsdStartX" names a field of one alternative explicitly.
+  const std::size_t dot = path.find('.');
+  if (dot != std::string_view::npos) {
+    for (const Alternative& alternative : layout.alternatives) {
+      if (path.substr(0, dot) == alternative.name)
+        return FindInFields(alternative.fields, path.substr(dot + 1), base);
+    }
+  }
   FieldRef ref = FindInFields(layout.fields, path, base);
   for (const Alternative& alternative : layout.alternatives) {
     if (ref.found()) break;
@@ -259,7 +276,8 @@ constexpr FieldRef FindIn(const Layout& layout, std::string_view path, std::uint
 }  // namespace layout_detail
 
 // Resolves a dotted path; the result is not found() when the path names no
-// field. Alternatives are searched after the common fields, in their order.
+// field. Alternatives are searched after the common fields, in their order;
+// a path may also start with an alternative's name ("Type3.OsdStartX").
 constexpr FieldRef FindField(const Layout& layout, std::string_view path) {
   return layout_detail::FindIn(layout, path, 0);
 }

@@ -23,9 +23,9 @@ struct SvcImages {
 SvcImages g_svc_images;
 
 constexpr std::size_t kImageOffsets[kSvcCount] = {
-    offsetof(SvcImages, mail),     offsetof(SvcImages, di_cgi), offsetof(SvcImages, ftp_sig),
-    offsetof(SvcImages, n_time),   offsetof(SvcImages, img_hold), offsetof(SvcImages, d_out),
-    offsetof(SvcImages, ftp_dur),  offsetof(SvcImages, aoip),   offsetof(SvcImages, call),
+    offsetof(SvcImages, mail),    offsetof(SvcImages, di_cgi),   offsetof(SvcImages, ftp_sig),
+    offsetof(SvcImages, n_time),  offsetof(SvcImages, img_hold), offsetof(SvcImages, d_out),
+    offsetof(SvcImages, ftp_dur), offsetof(SvcImages, aoip),     offsetof(SvcImages, call),
 };
 
 }  // namespace

@@ -43,22 +43,14 @@ inline constexpr Field kFtpDurPortEntryFields[] = {
 inline constexpr Layout kFtpDurPortEntry{"FtpDurPortEntry", 700, kFtpDurPortEntryFields};
 
 inline constexpr Field kFtpDurSvcConfFields[] = {
-    U32("Rsv0", 0).Reserved(),
-    U32("EnableSvc", 4),
-    Char("ServerIp", 8, 64),
-    Char("User", 72, 32),
-    Char("Passwd", 104, 32),
-    Char("BaseDir", 136, 64),
-    Char("BaseFile", 200, 10),
-    Raw("Pad210", 210, 2).Padding(),
-    U32("SeqModulo", 212),
-    U32("DirNameFlag", 216),
-    U32("FileNameFlag", 220),
-    U8("PassiveMode", 224),
-    U8("DateDescMode", 225),
-    U16("FtpCtrlPort", 226),
-    U32("FixedPort", 228),
-    Blocks("Port", 232, kFtpDurPortEntry, 4),
+    U32("Rsv0", 0).Reserved(), U32("EnableSvc", 4),
+    Char("ServerIp", 8, 64),   Char("User", 72, 32),
+    Char("Passwd", 104, 32),   Char("BaseDir", 136, 64),
+    Char("BaseFile", 200, 10), Raw("Pad210", 210, 2).Padding(),
+    U32("SeqModulo", 212),     U32("DirNameFlag", 216),
+    U32("FileNameFlag", 220),  U8("PassiveMode", 224),
+    U8("DateDescMode", 225),   U16("FtpCtrlPort", 226),
+    U32("FixedPort", 228),     Blocks("Port", 232, kFtpDurPortEntry, 4),
 };
 inline constexpr Layout kFtpDurSvcConf{"FtpDurSvcConf", 3032, kFtpDurSvcConfFields};
 

@@ -25,12 +25,8 @@ inline constexpr Layout kPtzModuleBlock{"PtzModuleBlock", 65688, kPtzModuleBlock
 // PtzDeviceId 0xFFFF: no PTZ device. PtzBaudRateIdx and PtzLineMode 0xFF:
 // take the model's default.
 inline constexpr Field kPtzConfFields[] = {
-    Raw("Rsv0", 0, 3).Reserved(),
-    U8("PtzCtlMode", 3),
-    U16("PtzDeviceId", 4),
-    U8("PtzBaudRateIdx", 6),
-    U8("PtzLineMode", 7),
-    Blocks("Module", 8, kPtzModuleBlock, 4),
+    Raw("Rsv0", 0, 3).Reserved(), U8("PtzCtlMode", 3),  U16("PtzDeviceId", 4),
+    U8("PtzBaudRateIdx", 6),      U8("PtzLineMode", 7), Blocks("Module", 8, kPtzModuleBlock, 4),
 };
 inline constexpr Layout kPtzConf{"PtzConf", 262760, kPtzConfFields};
 

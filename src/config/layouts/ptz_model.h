@@ -11,23 +11,16 @@
 namespace config {
 
 inline constexpr Field kPtzModelPairDescFields[] = {
-    Raw("Rsv0", 0, 1).Reserved(),
-    U8("FirstLength", 1),
-    Raw("Rsv2", 2, 2).Reserved(),
-    U32("FirstAddr", 4),
-    Raw("Rsv8", 8, 5).Reserved(),
-    U8("SecondLength", 13),
-    Raw("Rsv14", 14, 2).Reserved(),
-    U32("SecondAddr", 16),
+    Raw("Rsv0", 0, 1).Reserved(),   U8("FirstLength", 1),
+    Raw("Rsv2", 2, 2).Reserved(),   U32("FirstAddr", 4),
+    Raw("Rsv8", 8, 5).Reserved(),   U8("SecondLength", 13),
+    Raw("Rsv14", 14, 2).Reserved(), U32("SecondAddr", 16),
     Raw("Rsv20", 20, 4).Reserved(),
 };
 inline constexpr Layout kPtzModelPairDesc{"PtzModelPairDesc", 24, kPtzModelPairDescFields};
 
 inline constexpr Field kPtzModelSingleDescFields[] = {
-    Raw("Rsv0", 0, 1).Reserved(),
-    U8("Length", 1),
-    Raw("Rsv2", 2, 2).Reserved(),
-    U32("Addr", 4),
+    Raw("Rsv0", 0, 1).Reserved(), U8("Length", 1), Raw("Rsv2", 2, 2).Reserved(), U32("Addr", 4),
     Raw("Rsv8", 8, 4).Reserved(),
 };
 inline constexpr Layout kPtzModelSingleDesc{"PtzModelSingleDesc", 12, kPtzModelSingleDescFields};

@@ -25,11 +25,8 @@ inline constexpr Field kSensorType2Fields[] = {
 };
 
 inline constexpr Field kSensorType3Fields[] = {
-    U32("OsdStartX", 8),
-    U32("OsdStartY", 12),
-    U16("LinkedModId", 16),
-    U8("LinkedPortId", 18),
-    Raw("Pad19", 19, 1).Padding(),
+    U32("OsdStartX", 8),    U32("OsdStartY", 12),          U16("LinkedModId", 16),
+    U8("LinkedPortId", 18), Raw("Pad19", 19, 1).Padding(),
 };
 
 inline constexpr Field kSensorType4Fields[] = {
@@ -49,14 +46,9 @@ inline constexpr Alternative kSensorConfAlternatives[] = {
 
 // SnsInitStreamLen is recomputed from SnsInitStream on every save.
 inline constexpr Field kSensorConfFields[] = {
-    U32("Rsv0", 0).Reserved(),
-    I32("SensorModel", 4),
-    U32("LowerLimit", 20),
-    U32("UpperLimit", 24),
-    U32("EnableDelay", 28),
-    U32("ProcessDelay", 32),
-    U32("SnsInitStreamLen", 36),
-    Char("SnsInitStream", 40, 120),
+    U32("Rsv0", 0).Reserved(),   I32("SensorModel", 4),          U32("LowerLimit", 20),
+    U32("UpperLimit", 24),       U32("EnableDelay", 28),         U32("ProcessDelay", 32),
+    U32("SnsInitStreamLen", 36), Char("SnsInitStream", 40, 120),
 };
 inline constexpr Layout kSensorConf{"SensorConf", 160, kSensorConfFields, kSensorConfAlternatives};
 

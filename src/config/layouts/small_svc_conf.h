@@ -47,15 +47,9 @@ inline constexpr Field kDOutSvcConfFields[] = {
 inline constexpr Layout kDOutSvcConf{"DOutSvcConf", 2808, kDOutSvcConfFields};
 
 inline constexpr Field kAoipConfFields[] = {
-    U32("Rsv0", 0).Reserved(),
-    U32("EnableSvc", 4),
-    Char("Server", 8, 64),
-    U32("RegisterId", 72),
-    U32("HttpAoip", 76),
-    U32("NvcpAoip", 80),
-    U32("VdcpAoip", 84),
-    U32("ReseAoip", 88),
-    Blocks("Cond", 92, kSvcCond, kSvcCondCount),
+    U32("Rsv0", 0).Reserved(), U32("EnableSvc", 4), Char("Server", 8, 64),
+    U32("RegisterId", 72),     U32("HttpAoip", 76), U32("NvcpAoip", 80),
+    U32("VdcpAoip", 84),       U32("ReseAoip", 88), Blocks("Cond", 92, kSvcCond, kSvcCondCount),
 };
 inline constexpr Layout kAoipConf{"AoipConf", 788, kAoipConfFields};
 
