@@ -18,8 +18,12 @@ command -v curl >/dev/null || { echo "missing curl (apt-get install -y curl)" >&
 work=$(mktemp -d "${TMPDIR:-/tmp}/ftp-bench-XXXXXX")
 server_pid=
 cleanup() {
-  exec 3>&- 2>/dev/null || true
-  [ -n "$server_pid" ] && kill "$server_pid" 2>/dev/null && wait "$server_pid" 2>/dev/null
+  set +e
+  exec 3>&-
+  if [ -n "$server_pid" ]; then
+    kill "$server_pid" 2>/dev/null
+    wait "$server_pid" 2>/dev/null
+  fi
   rm -rf "$work"
 }
 trap cleanup EXIT

@@ -31,6 +31,7 @@ int main(int argc, char** argv) {
   ftp_quit(s);
   ftp_free(s);
   if (result < 0) return 1;
-  std::printf("%.3f\n", static_cast<double>(stop.tv_sec - start.tv_sec) + (stop.tv_usec - start.tv_usec) / 1e6);
+  std::printf("%.3f\n",
+              static_cast<double>(stop.tv_sec - start.tv_sec) + (stop.tv_usec - start.tv_usec) / 1e6);
   return 0;
 }

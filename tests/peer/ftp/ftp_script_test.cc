@@ -462,3 +462,55 @@ TEST_F(FtpScriptTest, MkdirsStopsAtTheFirstRefusal) {
 }
 
 }  // namespace
+
+namespace {
+
+TEST_F(FtpScriptTest, ListingSwitchesToAsciiAndWritesToStandardOutput) {
+  FtpScriptServer& server = Server();
+  server.set_data("a.jpg\r\nb.jpg\r\n");
+  ftp_session* s = ftp_make("localhost", "cam", "secret", server.port());
+  ASSERT_NE(s, nullptr);
+  int result = -1;
+  const auto out = harness::CaptureStdio([&] { result = ftp_recv(s, "NLST", "-", nullptr, "w", 0); });
+  EXPECT_EQ(result, 0);
+  EXPECT_EQ(out.out, "a.jpg\nb.jpg\n");
+  EXPECT_EQ(s->cur_type, kFtpTypeAscii);
+  EXPECT_EQ(s->type, kFtpTypeImage);
+  ftp_close(s);
+  const Commands& commands = Finish();
+  ASSERT_EQ(commands.size(), 7u);
+  EXPECT_EQ(commands[3], "TYPE A");
+  EXPECT_EQ(commands[5], "NLST");
+}
+
+TEST_F(FtpScriptTest, DebugEchoHidesThePassword) {
+  Server();
+  ftp_session* s = ftp_create(0, 1, 0, server_->port());
+  ASSERT_NE(s, nullptr);
+  s->debug = 1;
+  const auto out =
+      harness::CaptureStdio([&] { EXPECT_EQ(ftp_open(s, "127.0.0.1", "cam", "secret", nullptr), 1); });
+  EXPECT_EQ(out.out, "---> USER cam\r\n\n---> PASS XXXX\n");
+  s->debug = 0;
+  const auto again =
+      harness::CaptureStdio([&] { EXPECT_EQ(ftp_open(s, "127.0.0.1", "cam", "x", nullptr), 0); });
+  EXPECT_EQ(again.out, "Already connected to 127.0.0.1, use close first.\n");
+  EXPECT_EQ(s->reply_code, -1);
+  ftp_close(s);
+  Finish();
+}
+
+TEST_F(FtpScriptTest, RefusedConnectionFailsWithTheSystemText) {
+  int port = 0;
+  {
+    FtpScriptServer& server = Server();
+    port = server.port();
+    server_.reset();  // nobody listens on the port any more
+  }
+  ftp_session* s = nullptr;
+  const auto out = harness::CaptureStdio([&] { s = ftp_make("127.0.0.1", "cam", "secret", port); });
+  EXPECT_EQ(s, nullptr);
+  EXPECT_EQ(out.err, "ftp: connect: Connection refused\n");
+}
+
+}  // namespace
