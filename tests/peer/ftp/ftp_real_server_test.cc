@@ -1,6 +1,7 @@
 // The FTP client and the FTP operations against a real FTP server
 // (pyftpdlib from Debian, started per test on 127.0.0.1 with a fresh home).
 #include <dirent.h>
+#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <signal.h>
 #include <sys/stat.h>
@@ -70,10 +71,18 @@ class FtpRealServerTest : public ::testing::Test {
     ASSERT_FALSE(home_.empty());
     ASSERT_FALSE(local_.empty());
     StartServer();
+    // Sessions start quiet only when standard input is no terminal, as in
+    // the CGI process.
+    saved_stdin_ = dup(STDIN_FILENO);
+    const int null_input = open("/dev/null", O_RDONLY);
+    dup2(null_input, STDIN_FILENO);
+    close(null_input);
     descriptors_before_ = harness::CountOpenDescriptors();
   }
   void TearDown() override {
     EXPECT_EQ(harness::CountOpenDescriptors(), descriptors_before_) << "descriptors leaked";
+    dup2(saved_stdin_, STDIN_FILENO);
+    close(saved_stdin_);
     StopServer();
     std::system(("rm -rf " + home_ + " " + local_).c_str());
   }
@@ -137,6 +146,7 @@ class FtpRealServerTest : public ::testing::Test {
   pid_t pid_ = -1;
   int server_stdin_ = -1;
   int descriptors_before_ = 0;
+  int saved_stdin_ = -1;
 };
 
 TEST_F(FtpRealServerTest, BinaryDownloadAndUploadInBothModes) {

@@ -19,6 +19,7 @@
 #include "ftp/ftplib_glob.h"
 #include "harness/capture.h"
 #include "harness/ftp_script_server.h"
+#include "platform/sleep.h"
 
 namespace {
 
@@ -31,6 +32,12 @@ class FtpScriptTest : public ::testing::Test {
  protected:
   void SetUp() override {
     ftp_reset_process_state();
+    // Sessions start quiet only when standard input is no terminal, as in
+    // the CGI process.
+    saved_stdin_ = dup(STDIN_FILENO);
+    const int null_input = open("/dev/null", O_RDONLY);
+    dup2(null_input, STDIN_FILENO);
+    close(null_input);
     descriptors_before_ = harness::CountOpenDescriptors();
     char dir_template[] = "/tmp/nxcgi-ftp-XXXXXX";
     ASSERT_NE(mkdtemp(dir_template), nullptr);
@@ -40,6 +47,8 @@ class FtpScriptTest : public ::testing::Test {
     server_.reset();
     std::system(("rm -rf " + dir_).c_str());
     EXPECT_EQ(harness::CountOpenDescriptors(), descriptors_before_) << "descriptors leaked";
+    dup2(saved_stdin_, STDIN_FILENO);
+    close(saved_stdin_);
   }
 
   FtpScriptServer& Server(std::string greeting = "220 Scripted server ready\r\n") {
@@ -63,6 +72,7 @@ class FtpScriptTest : public ::testing::Test {
   std::string dir_;
   int open_result_ = 0;
   int descriptors_before_ = 0;
+  int saved_stdin_ = -1;
 };
 
 std::string ReadFile(const std::string& path) { return harness::ReadWholeFile(path); }
@@ -511,6 +521,46 @@ TEST_F(FtpScriptTest, RefusedConnectionFailsWithTheSystemText) {
   const auto out = harness::CaptureStdio([&] { s = ftp_make("127.0.0.1", "cam", "secret", port); });
   EXPECT_EQ(s, nullptr);
   EXPECT_EQ(out.err, "ftp: connect: Connection refused\n");
+}
+
+}  // namespace
+
+namespace {
+
+std::vector<unsigned long long> g_pauses;
+void RecordPause(unsigned long long microseconds) { g_pauses.push_back(microseconds); }
+
+TEST_F(FtpScriptTest, ThirdPartyTransferBetweenTwoServers) {
+  FtpScriptServer& primary = Server();
+  FtpScriptServer secondary;
+  secondary.set_data("moved directly");
+  ftp_session* s = ftp_make("127.0.0.1", "cam", "secret", primary.port());
+  ASSERT_NE(s, nullptr);
+  ftp_switch_conn(s, 1);
+  s->ctrl_port = htons(static_cast<uint16_t>(secondary.port()));
+  ASSERT_EQ(ftp_open(s, "127.0.0.1", "cam", "secret", nullptr), 1);
+  ASSERT_EQ(ftp_binary(s), 1);
+  s->verbose = 0;
+  g_pauses.clear();
+  platform::SetSleeper(RecordPause);
+  int result = 0;
+  const auto out = harness::CaptureStdio([&] { result = getfile(s, "copy.bin", "original.bin"); });
+  platform::SetSleeper(nullptr);
+  EXPECT_EQ(result, -1);  // a receive through the secondary never counts as local
+  EXPECT_EQ(out.out, "local: copy.bin remote: original.bin\n");
+  EXPECT_EQ(g_pauses, std::vector<unsigned long long>{2000000});
+  ftp_switch_conn(s, 0);
+  ftp_close(s);
+  secondary.Stop();
+  const Commands& commands = Finish();
+  EXPECT_EQ(primary.stored(), "moved directly");
+  ASSERT_EQ(commands.size(), 6u);
+  EXPECT_TRUE(commands[3].starts_with("PORT 127,0,0,1,"));
+  EXPECT_EQ(commands[4], "STOR copy.bin");
+  const Commands& other = secondary.commands();
+  ASSERT_EQ(other.size(), 6u);
+  EXPECT_EQ(other[3], "PASV");
+  EXPECT_EQ(other[4], "RETR original.bin");
 }
 
 }  // namespace
