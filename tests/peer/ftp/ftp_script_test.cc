@@ -122,15 +122,20 @@ TEST_F(FtpScriptTest, FiveSecondsOfSilenceLookLikeALostServer) {
   Server().AddRule({"NOOP", "", FtpAction::kSilence});
   ftp_session* s = Open();
   ASSERT_EQ(open_result_, 1);
+  ASSERT_EQ(ftp_data_init(s), 0);  // a listening data socket
+  ASSERT_GE(s->data_fd, 0);
   int reply = 0;
   const auto out = harness::CaptureStdio([&] { reply = ftp_command(s, "NOOP\r\n"); });
   EXPECT_EQ(reply, 4);
   EXPECT_EQ(s->reply_code, 421);
+  EXPECT_EQ(s->data_fd, -1);
   EXPECT_TRUE(out.err.starts_with("ftplib_glob[")) << out.err;
   EXPECT_TRUE(out.err.ends_with("]:sgetc() error\n")) << out.err;
   EXPECT_EQ(s->connected, 1);  // the control socket stays
   ftp_close(s);
-  EXPECT_EQ(Finish(), (Commands{"USER cam", "PASS secret", "NOOP", "QUIT"}));
+  const Commands& commands = Finish();
+  ASSERT_EQ(commands.size(), 5u);
+  EXPECT_EQ(commands[3], "NOOP");
 }
 
 TEST_F(FtpScriptTest, ServerClosingWith421) {
