@@ -2,8 +2,10 @@
 // the exact commands and bytes it received. Every scenario must leave the
 // process with as many descriptors as before.
 #include <arpa/inet.h>
+#include <dlfcn.h>
 #include <fcntl.h>
 #include <gtest/gtest.h>
+#include <netdb.h>
 #include <sys/stat.h>
 #include <sys/time.h>
 #include <unistd.h>
@@ -566,6 +568,57 @@ TEST_F(FtpScriptTest, ThirdPartyTransferBetweenTwoServers) {
   ASSERT_EQ(other.size(), 6u);
   EXPECT_EQ(other[3], "PASV");
   EXPECT_EQ(other[4], "RETR original.bin");
+}
+
+}  // namespace
+
+// A host name with two addresses, the first of which refuses connections,
+// cannot be had from the system's resolver here; this name stands for one.
+// Every other name goes to the real resolver.
+namespace {
+
+constexpr const char* kTwoAddressHost = "two-addresses.ftp.test";
+
+}  // namespace
+
+extern "C" hostent* gethostbyname(const char* name) {
+  if (std::strcmp(name, kTwoAddressHost) == 0) {
+    static in_addr addresses[2];
+    static char* list[3];
+    static char official[] = "two-addresses.ftp.test";
+    static hostent entry;
+    inet_aton("127.0.0.2", &addresses[0]);  // nothing listens there
+    inet_aton("127.0.0.1", &addresses[1]);
+    list[0] = reinterpret_cast<char*>(&addresses[0]);
+    list[1] = reinterpret_cast<char*>(&addresses[1]);
+    list[2] = nullptr;
+    entry.h_name = official;
+    entry.h_aliases = &list[2];
+    entry.h_addrtype = AF_INET;
+    entry.h_length = sizeof(in_addr);
+    entry.h_addr_list = list;
+    return &entry;
+  }
+  using Resolver = hostent* (*)(const char*);
+  static const auto real = reinterpret_cast<Resolver>(dlsym(RTLD_NEXT, "gethostbyname"));
+  return real(name);
+}
+
+namespace {
+
+TEST_F(FtpScriptTest, EachAddressOfAHostNameIsTried) {
+  Server();
+  ftp_session* s = ftp_create(0, 1, 0, server_->port());
+  ASSERT_NE(s, nullptr);
+  int result = 0;
+  const auto out =
+      harness::CaptureStdio([&] { result = ftp_open(s, kTwoAddressHost, "cam", "secret", nullptr); });
+  EXPECT_EQ(result, 1);
+  EXPECT_EQ(out.err, "ftp: connect to address 127.0.0.2: Connection refused\n");
+  EXPECT_EQ(out.out, "Trying 127.0.0.1...\n");
+  EXPECT_STREQ(s->host_name, kTwoAddressHost);
+  ftp_close(s);
+  EXPECT_EQ(Finish(), (Commands{"USER cam", "PASS secret", "QUIT"}));
 }
 
 }  // namespace
