@@ -622,3 +622,24 @@ TEST_F(FtpScriptTest, EachAddressOfAHostNameIsTried) {
 }
 
 }  // namespace
+
+namespace {
+
+TEST_F(FtpScriptTest, UploadRestartSendsTheRestAndIsUsedOnce) {
+  FtpScriptServer& server = Server();
+  server.AddRule({"REST", "350 Restarting at 4\r\n"});
+  ftp_session* s = ftp_make("127.0.0.1", "cam", "secret", server.port());
+  ASSERT_NE(s, nullptr);
+  static const char kBlock[] = "0123456789";
+  s->restart_offset = 4;
+  EXPECT_EQ(ftp_put_mem(s, 0, kBlock, 10, "part.bin"), 1);
+  EXPECT_EQ(s->restart_offset, 0);
+  ftp_close(s);
+  const Commands& commands = Finish();
+  EXPECT_EQ(server.stored(), "456789");
+  ASSERT_EQ(commands.size(), 7u);
+  EXPECT_EQ(commands[4], "REST 4");
+  EXPECT_EQ(commands[5], "STOR part.bin");
+}
+
+}  // namespace
