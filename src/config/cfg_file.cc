@@ -12,6 +12,7 @@
 #include "platform/config_write.h"
 #include "platform/fixed_text.h"
 #include "platform/host_root.h"
+#include "platform/text_view.h"
 
 namespace {
 
@@ -42,8 +43,8 @@ int MakeCfgDirPath(const char* device_path) {
   prefix.Append("/");
   while (!rest.empty()) {
     const std::size_t slash = rest.find('/');
-    const std::string_view component = rest.substr(0, slash);
-    rest = slash == std::string_view::npos ? std::string_view() : rest.substr(slash + 1);
+    const std::string_view component = platform::Head(rest, slash);
+    rest = slash == std::string_view::npos ? std::string_view() : platform::From(rest, slash + 1);
     if (component.empty()) continue;
     prefix.Append(component);
     prefix.Append("/");

@@ -18,6 +18,8 @@
 #include <span>
 #include <string_view>
 
+#include "platform/text_view.h"
+
 namespace config {
 
 enum class FieldType : std::uint8_t {
@@ -234,7 +236,7 @@ constexpr bool MatchSegment(const Field& field, std::string_view segment, std::u
   }
   if (!field.indexed() || !segment.starts_with(field.name)) return false;
   std::uint32_t index = 0;
-  if (!ParseIndex(segment.substr(field.name.size()), &index)) return false;
+  if (!ParseIndex(platform::From(segment, field.name.size()), &index)) return false;
   if (index < field.first_index || index - field.first_index >= field.count) return false;
   *out = RefOf(field, base).At(index);
   return true;
@@ -244,14 +246,14 @@ constexpr FieldRef FindIn(const Layout& layout, std::string_view path, std::uint
 
 constexpr FieldRef FindInFields(std::span<const Field> fields, std::string_view path, std::uint32_t base) {
   const std::size_t dot = path.find('.');
-  const std::string_view segment = path.substr(0, dot);
+  const std::string_view segment = platform::Head(path, dot);
   for (const Field& field : fields) {
     FieldRef ref;
     if (!MatchSegment(field, segment, base, &ref)) continue;
     if (dot == std::string_view::npos) return ref;
     // Going down needs one block, not a whole array of them.
     if (ref.block == nullptr || ref.count != 0) return {};
-    return FindIn(*ref.block, path.substr(dot + 1), ref.offset);
+    return FindIn(*ref.block, platform::From(path, dot + 1), ref.offset);
   }
   return {};
 }
@@ -261,8 +263,8 @@ constexpr FieldRef FindIn(const Layout& layout, std::string_view path, std::uint
   const std::size_t dot = path.find('.');
   if (dot != std::string_view::npos) {
     for (const Alternative& alternative : layout.alternatives) {
-      if (path.substr(0, dot) == alternative.name)
-        return FindInFields(alternative.fields, path.substr(dot + 1), base);
+      if (platform::Head(path, dot) == alternative.name)
+        return FindInFields(alternative.fields, platform::From(path, dot + 1), base);
     }
   }
   FieldRef ref = FindInFields(layout.fields, path, base);
