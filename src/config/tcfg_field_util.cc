@@ -1,0 +1,112 @@
+#include "config/tcfg_field_util.h"
+
+#include <climits>
+#include <cstdio>
+#include <cstdlib>
+
+#include "platform/diag.h"
+
+namespace {
+
+constexpr const char* kSource = "TcfgFieldUtil";
+constexpr std::size_t kLineSize = 128;
+constexpr std::size_t kNumberSize = 128;
+
+bool MissingName(const char* name) { return name == nullptr || name[0] == '\0'; }
+
+// strtol as the 32-bit target computes it: out-of-range values clamp.
+int32_t DecimalValue(const char* text) {
+  const long value = std::strtol(text, nullptr, 10);
+  if (value > INT32_MAX) return INT32_MAX;
+  if (value < INT32_MIN) return INT32_MIN;
+  return static_cast<int32_t>(value);
+}
+
+}  // namespace
+
+int AppendStringFieldOfTcfg(Tcfg* cfg, const char* name, const char* value) {
+  if (cfg == nullptr || MissingName(name) || value == nullptr) {
+    NX_DIAG(kSource, "%s\n", "argument is NULL");
+    return 0;
+  }
+  char line[kLineSize];
+  const int written = std::snprintf(line, sizeof line, "%s=%s", name, value);
+  if (written < 0 || static_cast<std::size_t>(written) >= sizeof line) {
+    NX_DIAG(kSource, "fail to make a new line");
+    return 0;
+  }
+  return append_line(cfg, line) == 0 ? 1 : 0;
+}
+
+int AppendIntFieldOfTcfg(Tcfg* cfg, const char* name, int32_t value) {
+  if (cfg == nullptr || MissingName(name)) {
+    NX_DIAG(kSource, "%s\n", "argument is NULL");
+    return 0;
+  }
+  char line[kLineSize];
+  const int written = std::snprintf(line, sizeof line, "%s=%d", name, static_cast<int>(value));
+  if (written < 0 || static_cast<std::size_t>(written) >= sizeof line) {
+    NX_DIAG(kSource, "fail to make a new line");
+    return 0;
+  }
+  return append_line(cfg, line) == 0 ? 1 : 0;
+}
+
+int LoadStringFieldOfTcfg(Tcfg* cfg, const char* name, char* buffer, std::size_t buffer_size) {
+  if (cfg == nullptr || MissingName(name) || buffer == nullptr) {
+    NX_DIAG(kSource, "%s\n", "argument is NULL");
+    return 0;
+  }
+  if (get_value(cfg, name, buffer, buffer_size) < 0) {
+    NX_DIAG(kSource, "there is no field(%s)\n", name);
+    return 0;
+  }
+  return 1;
+}
+
+int LoadIntFieldOfTcfg(Tcfg* cfg, const char* name, int32_t* value) {
+  if (cfg == nullptr || MissingName(name) || value == nullptr) {
+    NX_DIAG(kSource, "%s\n", "argument is NULL");
+    return 0;
+  }
+  char text[kNumberSize];
+  if (get_value(cfg, name, text, sizeof text) < 0) {
+    NX_DIAG(kSource, "there is no field(%s)\n", name);
+    return 0;
+  }
+  *value = DecimalValue(text);
+  return 1;
+}
+
+int LoadUIntFieldOfTcfg(Tcfg* cfg, const char* name, uint32_t* value) {
+  if (value == nullptr) {
+    NX_DIAG(kSource, "%s\n", "argument is NULL");
+    return 0;
+  }
+  int32_t loaded = 0;
+  if (LoadIntFieldOfTcfg(cfg, name, &loaded) == 0) return 0;
+  *value = static_cast<uint32_t>(loaded);
+  return 1;
+}
+
+int LoadUShortFieldOfTcfg(Tcfg* cfg, const char* name, uint16_t* value) {
+  if (value == nullptr) {
+    NX_DIAG(kSource, "%s\n", "argument is NULL");
+    return 0;
+  }
+  int32_t loaded = 0;
+  if (LoadIntFieldOfTcfg(cfg, name, &loaded) == 0) return 0;
+  *value = static_cast<uint16_t>(loaded);
+  return 1;
+}
+
+int LoadShortFieldOfTcfg(Tcfg* cfg, const char* name, int16_t* value) {
+  if (value == nullptr) {
+    NX_DIAG(kSource, "%s\n", "argument is NULL");
+    return 0;
+  }
+  int32_t loaded = 0;
+  if (LoadIntFieldOfTcfg(cfg, name, &loaded) == 0) return 0;
+  *value = static_cast<int16_t>(static_cast<uint16_t>(loaded));
+  return 1;
+}
