@@ -6,7 +6,7 @@
 #include "front/nx_cgi_util.h"
 #include "handlers/device/device_handlers.h"
 #include "handlers/device/gpio_lines.h"
-#include "handlers/given_field.h"
+#include "handlers/form_fields.h"
 #include "platform/sleep.h"
 
 namespace {
@@ -31,7 +31,7 @@ constexpr OpModeRow kOpModes[] = {
 
 uint32_t NumberOr(const char* name, uint32_t fallback) {
   char value[kFieldSize];
-  return handlers::ReadGivenField(name, value) ? static_cast<uint32_t>(StrToNum(value)) : fallback;
+  return ReadGivenField(name, value) ? static_cast<uint32_t>(StrToNum(value)) : fallback;
 }
 
 int RunDeviceMode(const OpModeRow& row, char* err_msg) {
@@ -73,7 +73,7 @@ int RunSettingsMode() {
 
 int NxCgi_CamGpCtlFunc(char* err_msg) {
   char value[kFieldSize];
-  const int32_t op_mode = handlers::ReadGivenField("OpMode", value) ? StrToNum(value) : 0;
+  const int32_t op_mode = ReadGivenField("OpMode", value) ? StrToNum(value) : 0;
   if (op_mode == 0) return RunSettingsMode();
 
   for (const OpModeRow& row : kOpModes) {

@@ -8,7 +8,7 @@
 #include "handlers/device/device_handlers.h"
 #include "handlers/device/pn_code_util.h"
 #include "handlers/device/shell_word.h"
-#include "handlers/given_field.h"
+#include "handlers/form_fields.h"
 #include "platform/command.h"
 
 namespace {
@@ -30,9 +30,9 @@ int NxCgi_ChgHwOptionFunc(char* err_msg) {
 
   char offset_text[kOffsetSize];
   const std::size_t offset =
-      handlers::ReadGivenField("Offset", offset_text) ? static_cast<uint16_t>(StrToNum(offset_text)) : 0;
+      ReadGivenField("Offset", offset_text) ? static_cast<uint16_t>(StrToNum(offset_text)) : 0;
   char string[kStringSize];
-  if (!handlers::ReadGivenField("String", string)) {
+  if (!ReadGivenField("String", string)) {
     std::snprintf(err_msg, kCgiErrMsgSize, "Have no string parameter error<br>\n");
     return -1;
   }
@@ -54,7 +54,7 @@ int NxCgi_ChgHwOptionFunc(char* err_msg) {
 
   // RmFiles is shell text by design: file names with wildcards.
   char rm_files[kRmFilesSize];
-  if (handlers::ReadGivenField("RmFiles", rm_files)) {
+  if (ReadGivenField("RmFiles", rm_files)) {
     platform::ShellCommand remove;
     remove.Text("rm ").Text(rm_files).Text(" >/dev/null");
     platform::RunCommand(remove);

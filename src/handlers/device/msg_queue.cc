@@ -7,7 +7,7 @@
 #include <cstdio>
 #include <cstring>
 
-#include "handlers/device/le_bytes.h"
+#include "config/le_bytes.h"
 
 namespace {
 
@@ -74,7 +74,7 @@ int Receive(int msgq_id, std::span<uint8_t, device::kMsgBufferSize> message, int
     errno = number;
     return -1;
   }
-  device::StoreLe32(message.first<device::kMsgTypeSize>(), static_cast<uint32_t>(host.type));
+  config::StoreU32(message, 0, static_cast<uint32_t>(host.type));
   std::memcpy(message.data() + device::kMsgTypeSize, host.text, static_cast<std::size_t>(length));
   return static_cast<int>(length) + static_cast<int>(device::kMsgTypeSize);
 }
@@ -89,7 +89,7 @@ int MsgQRemove(int msgq_id) { return msgctl(msgq_id, IPC_RMID, nullptr); }
 
 int AdvMgSndMsgQ(int msgq_id, std::span<const uint8_t> message) {
   if (message.size() < device::kMsgTypeSize || message.size() > device::kMsgMaxText) return -1;
-  const auto type = static_cast<int32_t>(device::LoadLe32(message.first<device::kMsgTypeSize>()));
+  const auto type = static_cast<int32_t>(config::LoadU32(message, 0));
   if (type == 0) return -1;
 
   HostMessage host;

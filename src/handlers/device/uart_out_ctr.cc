@@ -11,7 +11,7 @@
 #include "handlers/device/device_handlers.h"
 #include "handlers/device/msg_queue.h"
 #include "handlers/device/uart_out_msg.h"
-#include "handlers/given_field.h"
+#include "handlers/form_fields.h"
 #include "platform/sleep.h"
 
 namespace {
@@ -118,24 +118,24 @@ int NxCgi_UartOutCtrFunc(char* err_msg) {
   device::UartOutMsg message;
   char value[kFieldSize];
 
-  if (!handlers::ReadGivenField("NxCgiVer", value)) {
+  if (!ReadGivenField("NxCgiVer", value)) {
     std::snprintf(err_msg, kCgiErrMsgSize, "Invalied NxCgiVer=%d", 0xffff);
     return -1;
   }
-  const uint16_t version = handlers::VersionOf(value);
-  if (!handlers::IsAcceptedVersion(version)) {
+  const uint16_t version = VersionOf(value);
+  if (!IsAcceptedVersion(version)) {
     std::snprintf(err_msg, kCgiErrMsgSize, "Invalied NxCgiVer=%d", version);
     return -1;
   }
 
   message.Set(device::kUartOutType, static_cast<int32_t>(device::kUartOutRequestType));
   for (const NumberField& field : kNumberFields) {
-    if (handlers::ReadGivenField(field.name, value)) message.Set(field.offset, StrToNum(value));
+    if (ReadGivenField(field.name, value)) message.Set(field.offset, StrToNum(value));
   }
 
   const int32_t length = message.Get(device::kUartOutLength);
   if (length > 0) {
-    if (!handlers::ReadGivenField("Data", value)) {
+    if (!ReadGivenField("Data", value)) {
       std::snprintf(err_msg, kCgiErrMsgSize, "Have No Data");
       return -1;
     }

@@ -10,7 +10,7 @@
 #include <cstdint>
 #include <span>
 
-#include "handlers/device/le_bytes.h"
+#include "config/le_bytes.h"
 #include "handlers/device/msg_queue.h"
 
 namespace device {
@@ -33,11 +33,9 @@ inline constexpr std::size_t kUartOutData = 24;
 struct UartOutMsg {
   std::array<uint8_t, kMsgBufferSize> bytes{};
 
-  int32_t Get(std::size_t offset) const {
-    return static_cast<int32_t>(LoadLe32(std::span(bytes).subspan(offset).first<4>()));
-  }
+  int32_t Get(std::size_t offset) const { return static_cast<int32_t>(config::LoadU32(bytes, offset)); }
   void Set(std::size_t offset, int32_t value) {
-    StoreLe32(std::span(bytes).subspan(offset).first<4>(), static_cast<uint32_t>(value));
+    config::StoreU32(bytes, offset, static_cast<uint32_t>(value));
   }
   std::span<uint8_t, kUartOutDataSize> Data() {
     return std::span(bytes).subspan<kUartOutData, kUartOutDataSize>();

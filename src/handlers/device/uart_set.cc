@@ -3,7 +3,7 @@
 #include "cgi/cgi_request.h"
 #include "handlers/device/device_handlers.h"
 #include "handlers/device/shell_word.h"
-#include "handlers/given_field.h"
+#include "handlers/form_fields.h"
 #include "platform/command.h"
 
 namespace {
@@ -13,7 +13,7 @@ constexpr int kFieldSize = 128;
 // The first character of a port mode, "." when the field is not given.
 char PortMode(const char* name) {
   char value[kFieldSize];
-  return handlers::ReadGivenField(name, value) ? value[0] : '.';
+  return ReadGivenField(name, value) ? value[0] : '.';
 }
 
 }  // namespace
@@ -22,8 +22,8 @@ int NxCgi_UartSetFunc(char*) {
   CgiPrintContentType("text/html");
 
   char value[kFieldSize];
-  const uint16_t version = handlers::ReadGivenField("NxCgiVer", value) ? handlers::VersionOf(value) : 0xffff;
-  if (!handlers::IsAcceptedVersion(version)) {
+  const uint16_t version = ReadGivenField("NxCgiVer", value) ? VersionOf(value) : 0xffff;
+  if (!IsAcceptedVersion(version)) {
     std::printf(" CgiVer is error %04x\n", version);
     return 0;
   }

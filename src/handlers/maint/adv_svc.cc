@@ -1,6 +1,6 @@
 #include "cgi/cgi_request.h"
 #include "front/nx_cgi_util.h"
-#include "handlers/given_field.h"
+#include "handlers/form_fields.h"
 #include "handlers/maint/maint_handlers.h"
 #include "platform/command.h"
 #include "platform/sleep.h"
@@ -16,9 +16,9 @@ int NxCgi_AdvSvcFunc(char*) {
 
   char version[kFieldSize];
   char start[kFieldSize];
-  if (!handlers::ReadGivenField("NxCgiVer", version) ||
-      !handlers::IsAcceptedVersion(handlers::VersionOf(version)) ||
-      !handlers::ReadGivenField("AdvSvcStart", start)) {
+  if (!ReadGivenField("NxCgiVer", version) ||
+      !IsAcceptedVersion(VersionOf(version)) ||
+      !ReadGivenField("AdvSvcStart", start)) {
     return -1;
   }
 

@@ -6,7 +6,7 @@
 #include <string_view>
 
 #include "cgi/cgi_request.h"
-#include "handlers/given_field.h"
+#include "handlers/form_fields.h"
 #include "handlers/maint/maint_handlers.h"
 #include "platform/command.h"
 #include "platform/fixed_text.h"
@@ -42,7 +42,7 @@ CommandList SplitCommands(std::string_view text) {
 
 long Base10Field(const char* name) {
   char value[kFieldSize];
-  return handlers::ReadGivenField(name, value) ? std::strtol(value, nullptr, 10) : 0;
+  return ReadGivenField(name, value) ? std::strtol(value, nullptr, 10) : 0;
 }
 
 void Run(const platform::ShellCommand& command) {
@@ -82,14 +82,14 @@ int NxCgi_DoSysCmdFunc(char*) {
   CgiPrintContentType("text/html");
 
   char version[kFieldSize];
-  if (!handlers::ReadGivenField("NxCgiVer", version) ||
-      !handlers::IsAcceptedVersion(handlers::VersionOf(version))) {
+  if (!ReadGivenField("NxCgiVer", version) ||
+      !IsAcceptedVersion(VersionOf(version))) {
     return -1;
   }
   const long pause = Base10Field("Pause");
   const long mode = Base10Field("RetOpt");
   char command_text[kFieldSize];
-  if (!handlers::ReadGivenField("Command", command_text)) return -1;
+  if (!ReadGivenField("Command", command_text)) return -1;
 
   const CommandList commands = SplitCommands(command_text);
   if (commands.count > 0) {

@@ -2,7 +2,7 @@
 #include <cstring>
 
 #include "cgi/cgi_request.h"
-#include "handlers/given_field.h"
+#include "handlers/form_fields.h"
 #include "handlers/maint/maint_handlers.h"
 
 namespace {
@@ -27,7 +27,7 @@ int NxCgi_EvtNoteFunc(char*) {
 
   for (std::size_t i = 0; i < kNoteFieldCount; ++i) {
     char value[kFieldSize];
-    if (!handlers::ReadGivenField(kNoteFields[i].name, value)) continue;
+    if (!ReadGivenField(kNoteFields[i].name, value)) continue;
     std::strncpy(notes[i], value, kNoteFields[i].size - 1);
     notes[i][kNoteFields[i].size - 1] = '\0';
   }

@@ -3,7 +3,7 @@
 
 #include "cgi/cgi_request.h"
 #include "front/nx_cgi_util.h"
-#include "handlers/given_field.h"
+#include "handlers/form_fields.h"
 #include "handlers/maint/maint_handlers.h"
 #include "platform/command.h"
 
@@ -20,20 +20,20 @@ int NxCgi_IholdClnFunc(char*) {
   CgiPrintContentType("text/html");
 
   char version[kFieldSize];
-  if (!handlers::ReadGivenField("NxCgiVer", version) ||
-      !handlers::IsAcceptedVersion(handlers::VersionOf(version))) {
+  if (!ReadGivenField("NxCgiVer", version) ||
+      !IsAcceptedVersion(VersionOf(version))) {
     std::printf("nxiholdcln.cgi: invalid NxCgiVer=%s\n", version);
     return -1;
   }
   char module_text[kFieldSize];
-  const bool has_module = handlers::ReadGivenField("NxModId", module_text);
+  const bool has_module = ReadGivenField("NxModId", module_text);
   const auto module_id = static_cast<uint16_t>(StrToNum(module_text));
   if (!has_module || module_id > kLastId) {
     std::printf("nxiholdcln.cgi: invalid NxModId=%s\n", module_text);
     return -1;
   }
   char port_text[kFieldSize];
-  const bool has_port = handlers::ReadGivenField("PortId", port_text);
+  const bool has_port = ReadGivenField("PortId", port_text);
   const auto port_id = static_cast<uint32_t>(StrToNum(port_text));
   if (!has_port || port_id > kLastId) {
     std::printf("nxiholdcln.cgi: invalid PortId=%s\n", port_text);

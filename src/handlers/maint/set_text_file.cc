@@ -10,7 +10,7 @@
 #include "cgi/cgi_request.h"
 #include "front/handler_table.h"
 #include "front/nx_cgi_util.h"
-#include "handlers/given_field.h"
+#include "handlers/form_fields.h"
 #include "handlers/maint/maint_handlers.h"
 #include "platform/command.h"
 #include "platform/host_root.h"
@@ -42,10 +42,10 @@ int NxCgi_SetTextFileFunc(char* err_msg) {
   CgiPrintContentType("text/html");
 
   char option[kFieldSize];
-  const int32_t create_option = handlers::ReadGivenField("CreateOption", option) ? StrToNum(option) : 0;
+  const int32_t create_option = ReadGivenField("CreateOption", option) ? StrToNum(option) : 0;
 
   char path[kFieldSize];
-  if (!handlers::ReadGivenField("TextFilePath", path)) {
+  if (!ReadGivenField("TextFilePath", path)) {
     std::snprintf(err_msg, kCgiErrMsgSize, "Invalid TextFilePath = [%s]<br>\n", path);
     return -1;
   }
@@ -68,7 +68,7 @@ int NxCgi_SetTextFileFunc(char* err_msg) {
   if (!WriteTextFile(path, contents.get())) return -1;
 
   char command_text[kFieldSize];
-  if (handlers::ReadGivenField("DoCommand", command_text)) {
+  if (ReadGivenField("DoCommand", command_text)) {
     platform::ShellCommand command;
     command.Text(command_text).Text(" >/dev/null");
     platform::RunCommand(command);

@@ -8,7 +8,7 @@
 #include "config/field_access.h"
 #include "config/layouts/known_files.h"
 #include "config/svc_cfg_file.h"
-#include "handlers/service/form_fields.h"
+#include "handlers/form_fields.h"
 
 namespace {
 

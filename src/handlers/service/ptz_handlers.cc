@@ -11,7 +11,7 @@
 #include "config/layouts/known_files.h"
 #include "config/svc_cfg_file.h"
 #include "front/handler_table.h"
-#include "handlers/service/form_fields.h"
+#include "handlers/form_fields.h"
 #include "handlers/service/model_catalogue.h"
 #include "platform/command.h"
 #include "platform/host_root.h"

@@ -11,7 +11,7 @@
 #include "config/layouts/known_files.h"
 #include "config/svc_cfg_file.h"
 #include "front/nx_cgi_util.h"
-#include "handlers/service/form_fields.h"
+#include "handlers/form_fields.h"
 #include "handlers/service/model_catalogue.h"
 #include "platform/command.h"
 

@@ -8,7 +8,7 @@
 #include "config/field_access.h"
 #include "config/svc_cfg_file.h"
 #include "front/nx_cgi_util.h"
-#include "handlers/service/form_fields.h"
+#include "handlers/form_fields.h"
 
 namespace {
 

@@ -1,12 +1,21 @@
-// Applying form fields to a record through its layout: the common step of
-// the buffer, PTZ and sensor handlers. A field is applied only when its value
-// was read whole and is not empty.
+// Form reads shared by the handlers, and applying form fields to a record
+// through its layout. A field counts as given only when it is present, not
+// empty and not cut short.
 #pragma once
 
 #include <cstdint>
 #include <span>
 
 #include "config/record_layout.h"
+
+// Reads a field into the buffer; true only when it was given: present, not
+// empty and not cut short.
+bool ReadGivenField(const char* name, std::span<char> buffer);
+
+// The interface version is accepted when the low 16 bits of its number are
+// 0 or 1.
+uint16_t VersionOf(const char* text);
+inline bool IsAcceptedVersion(uint16_t version) { return version <= 1; }
 
 // Reads a form field as a number (StrToNum); false when not given.
 bool ReadFormNumber(const char* form_name, uint32_t* value);

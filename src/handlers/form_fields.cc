@@ -1,4 +1,4 @@
-#include "handlers/service/form_fields.h"
+#include "handlers/form_fields.h"
 
 #include <cstdlib>
 #include <cstring>
@@ -10,6 +10,12 @@
 namespace {
 constexpr int kFieldSize = 128;
 }  // namespace
+
+bool ReadGivenField(const char* name, std::span<char> buffer) {
+  return CgiGetField(name, buffer.data(), static_cast<int>(buffer.size())) == CGI_FIELD_OK;
+}
+
+uint16_t VersionOf(const char* text) { return static_cast<uint16_t>(StrToNum(text)); }
 
 bool ReadFormNumber(const char* form_name, uint32_t* value) {
   char text[kFieldSize];
