@@ -4,6 +4,7 @@
 #include <string>
 
 #include "harness/bytes.h"
+#include "harness/expected_pages.h"
 #include "harness/process.h"
 #include "harness/sandbox.h"
 
@@ -11,15 +12,12 @@ namespace {
 
 using harness::Bytes;
 
-constexpr const char* kHeader = "Content-type: text/html\r\n\r\n";
+const std::string kHeader = harness::kHtmlHeader;
 constexpr const char* kImgBuf = "/opt/vsb/etc/NxConf/NxModId1/ImgBufConf.bin";
 constexpr const char* kRdsk = "/opt/vsb/etc/NxConf/RdskBuffConf.bin";
 constexpr const char* kDialUp = "/opt/vsb/etc/NxConf/DialUpConf.bin";
 
-std::string ErrorPage(const std::string& cgi) {
-  return std::string(kHeader) + kHeader + "<html>\n<head>\n<script language=javascript>\nalert(\"" + cgi +
-         " Cgi Func:[] return ERROR!!!\");\nhistory.go(-1);\n</script>\n</head>\n</html>\n";
-}
+std::string ErrorPage(const std::string& cgi) { return kHeader + harness::ErrorPage(cgi, ""); }
 
 struct BufferCase {
   const char* test_name;
@@ -74,16 +72,16 @@ INSTANTIATE_TEST_SUITE_P(
                      harness::PutU32(b, 24, 6);
                    }},
         BufferCase{"AllPortsVersionMissing", "nxibufdev.cgi", kImgBuf, 36, "NxModId=1&BuffDepth0=1",
-                   std::string(kHeader) + "Invalid CgiVer = ffff<br>\n", nullptr},
+                   kHeader + "Invalid CgiVer = ffff<br>\n", nullptr},
         BufferCase{"AllPortsVersionTwo", "nxibufdev.cgi", kImgBuf, 36,
-                   "NxModId=1&NxCgiVer=0x20002&BuffDepth0=1",
-                   std::string(kHeader) + "Invalid CgiVer = 0002<br>\n", nullptr},
+                   "NxModId=1&NxCgiVer=0x20002&BuffDepth0=1", kHeader + "Invalid CgiVer = 0002<br>\n",
+                   nullptr},
         BufferCase{"AllPortsModuleMissing", "nxibufdev.cgi", kImgBuf, 36, "NxCgiVer=1&BuffDepth0=1",
-                   std::string(kHeader) + "Invalid NxModId = -1<br>\n", nullptr},
+                   kHeader + "Invalid NxModId = -1<br>\n", nullptr},
         BufferCase{"AllPortsModuleFour", "nxibufdev.cgi", kImgBuf, 36, "NxModId=4&NxCgiVer=1",
-                   std::string(kHeader) + "Invalid NxModId = 4<br>\n", nullptr},
+                   kHeader + "Invalid NxModId = 4<br>\n", nullptr},
         BufferCase{"AllPortsShortFile", "nxibufdev.cgi", kImgBuf, 20, "NxModId=1&NxCgiVer=1&BuffDepth0=1",
-                   std::string(kHeader) + "CfgFileRead(ImgBufConf.bin) error <br>\n", nullptr},
+                   kHeader + "CfgFileRead(ImgBufConf.bin) error <br>\n", nullptr},
         BufferCase{"RatioEqualToStoredWritesNothing", "nxrdskbuff.cgi", kRdsk, 48,
                    "NxCgiVer=1&KeepPerTempRatio1=8", kHeader, nullptr},
         BufferCase{"NegativeRatioIsIgnored", "nxrdskbuff.cgi", kRdsk, 48, "NxCgiVer=1&KeepPerTempRatio2=-5",

@@ -5,6 +5,7 @@
 #include <string>
 
 #include "harness/bytes.h"
+#include "harness/expected_pages.h"
 #include "harness/process.h"
 #include "harness/sandbox.h"
 
@@ -12,8 +13,8 @@ namespace {
 
 using harness::Bytes;
 
-constexpr const char* kHeader = "Content-type: text/html\r\n\r\n";
-const std::string kErrorAnswer = std::string(kHeader) + kHeader +
+const std::string kHeader = harness::kHtmlHeader;
+const std::string kErrorAnswer = kHeader + kHeader +
                                  "<html>\n<head>\n<script language=javascript>\n"
                                  "alert(\"nxcondcfg.cgi Cgi Func:[] return ERROR!!!\");\nhistory.go(-1);\n"
                                  "</script>\n</head>\n</html>\n";

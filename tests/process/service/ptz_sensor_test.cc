@@ -5,10 +5,12 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <optional>
 #include <string>
 #include <vector>
 
 #include "harness/bytes.h"
+#include "harness/expected_pages.h"
 #include "harness/process.h"
 #include "harness/sandbox.h"
 
@@ -16,15 +18,11 @@ namespace {
 
 using harness::Bytes;
 
-constexpr const char* kHeader = "Content-type: text/html\r\n\r\n";
+using harness::ErrorPage;
+const std::string kHeader = harness::kHtmlHeader;
 constexpr std::size_t kPtzConfSize = 262760;
 constexpr const char* kPtzConf = "/opt/vsb/etc/NxConf/PtzConf.bin";
 constexpr const char* kSensorConf = "/opt/vsb/etc/NxConf/SensorConf.bin";
-
-std::string ErrorPage(const std::string& cgi, const std::string& message = "") {
-  return std::string(kHeader) + "<html>\n<head>\n<script language=javascript>\nalert(\"" + cgi +
-         " Cgi Func:[" + message + "] return ERROR!!!\");\nhistory.go(-1);\n</script>\n</head>\n</html>\n";
-}
 
 constexpr std::size_t ModuleBlock(int m) { return 8 + 65688 * m; }
 constexpr std::size_t PresetName(int m, int p, int i) { return ModuleBlock(m) + 8 + 16420 * p + 4 + 64 * i; }
@@ -61,7 +59,10 @@ struct PtzCase {
   std::string form;
   Bytes catalogue;          // root PtzModel.bin; empty: none
   Bytes factory_catalogue;  // /web/img/PtzModel.bin; empty: none
-  void (*expect)(Bytes&);
+  // What the line settings must hold afterwards; unset: as they were.
+  uint16_t device_id;
+  std::optional<uint8_t> baud_index;
+  std::optional<uint8_t> line_mode;
 };
 
 class PtzSet : public testing::TestWithParam<PtzCase> {};
@@ -78,7 +79,9 @@ TEST_P(PtzSet, StoresSettingsAndModelDefaults) {
 
   EXPECT_EQ(result.out, kHeader);
   Bytes expected = start;
-  c.expect(expected);
+  harness::PutU16(expected, 4, c.device_id);
+  if (c.baud_index) harness::PutU8(expected, 6, *c.baud_index);
+  if (c.line_mode) harness::PutU8(expected, 7, *c.line_mode);
   const Bytes saved = root.ReadFile(kPtzConf);
   EXPECT_EQ(harness::DescribeDifference(expected, saved), "");
   EXPECT_EQ(root.Journal(), std::vector<std::string>{"/etc/init.d/uartsvc restart"});
@@ -88,120 +91,110 @@ TEST_P(PtzSet, StoresSettingsAndModelDefaults) {
 }
 
 const std::vector<PtzModel> kThreeModels = {{9600, 2}, {19200, 3}, {4800, 4}};
+constexpr std::nullopt_t kAsBefore = std::nullopt;
 
-INSTANTIATE_TEST_SUITE_P(
-    Cases, PtzSet,
-    testing::Values(PtzCase{"NoDeviceKeepsModelDefaultMarks",
-                            "PtzDeviceId=65535&PtzBaudRateIdx=255&PtzLineMode=255&PtzCtlMode=2",
-                            PtzCatalogue(kThreeModels),
-                            {},
-                            [](Bytes& b) {
-                              harness::PutU8(b, 3, 2);
-                              harness::PutU16(b, 4, 0xffff);
-                              harness::PutU8(b, 6, 0xff);
-                              harness::PutU8(b, 7, 0xff);
-                            }},
-                    PtzCase{"ModelSuppliesBaudIndexAndLineMode",
-                            "PtzDeviceId=2&PtzBaudRateIdx=255&PtzLineMode=255",
-                            PtzCatalogue(kThreeModels),
-                            {},
-                            [](Bytes& b) {
-                              harness::PutU16(b, 4, 2);
-                              harness::PutU8(b, 6, 5);
-                              harness::PutU8(b, 7, 4);
-                            }},
-                    PtzCase{"GivenValuesStay",
-                            "PtzDeviceId=1&PtzBaudRateIdx=3&PtzLineMode=9",
-                            PtzCatalogue(kThreeModels),
-                            {},
-                            [](Bytes& b) {
-                              harness::PutU16(b, 4, 1);
-                              harness::PutU8(b, 6, 3);
-                              harness::PutU8(b, 7, 9);
-                            }},
-                    PtzCase{"BaudNotInTableGivesIndexZero",
-                            "PtzDeviceId=0&PtzBaudRateIdx=255",
-                            PtzCatalogue({{14400, 2}}),
-                            {},
-                            [](Bytes& b) {
-                              harness::PutU16(b, 4, 0);
-                              harness::PutU8(b, 6, 0);
-                            }},
-                    PtzCase{"ShortRootCatalogueFallsBackToTheFactoryCopy", "PtzDeviceId=1&PtzBaudRateIdx=255",
-                            Bytes(1000, 'x'), PtzCatalogue({{300, 1}, {57600, 8}}),
-                            [](Bytes& b) {
-                              harness::PutU16(b, 4, 1);
-                              harness::PutU8(b, 6, 9);
-                            }},
-                    PtzCase{"NoCatalogueAtAllGivesNineThousandSixHundredAndOne",
-                            "PtzDeviceId=0&PtzBaudRateIdx=255&PtzLineMode=255",
-                            {},
-                            {},
-                            [](Bytes& b) {
-                              harness::PutU16(b, 4, 0);
-                              harness::PutU8(b, 6, 6);
-                              harness::PutU8(b, 7, 1);
-                            }},
-                    PtzCase{"FirstWordOtherThanOneMeansNoModels",
-                            "PtzDeviceId=1&PtzBaudRateIdx=255&PtzLineMode=255",
-                            PtzCatalogue(kThreeModels, 2),
-                            {},
-                            [](Bytes& b) {
-                              harness::PutU16(b, 4, 1);
-                              harness::PutU8(b, 6, 6);
-                              harness::PutU8(b, 7, 1);
-                            }},
-                    PtzCase{"DeviceIdBeyondTheModels",
-                            "PtzDeviceId=3&PtzBaudRateIdx=255",
-                            PtzCatalogue(kThreeModels),
-                            {},
-                            [](Bytes& b) {
-                              harness::PutU16(b, 4, 3);
-                              harness::PutU8(b, 6, 6);
-                            }},
-                    PtzCase{"NegativeDeviceIdSelectsTheFirstModel",
-                            "PtzDeviceId=0x8000&PtzBaudRateIdx=255",
-                            PtzCatalogue({{2400, 1}, {4800, 1}}),
-                            {},
-                            [](Bytes& b) {
-                              harness::PutU16(b, 4, 0x8000);
-                              harness::PutU8(b, 6, 4);
-                            }},
-                    PtzCase{"RecordSizeZeroEndsTheWalk",
-                            "PtzDeviceId=1&PtzBaudRateIdx=255",
-                            PtzCatalogue({{2400, 1, 0}, {4800, 1}}),
-                            {},
-                            [](Bytes& b) {
-                              harness::PutU16(b, 4, 1);
-                              harness::PutU8(b, 6, 6);
-                            }},
-                    PtzCase{"RecordSizeBelowTheFixedPartEndsTheWalk",
-                            "PtzDeviceId=1&PtzBaudRateIdx=255",
-                            PtzCatalogue({{2400, 1, 1495}, {4800, 1}}),
-                            {},
-                            [](Bytes& b) {
-                              harness::PutU16(b, 4, 1);
-                              harness::PutU8(b, 6, 6);
-                            }},
-                    PtzCase{"LastRecordMayReachPastTheEnd",
-                            "PtzDeviceId=1&PtzBaudRateIdx=255",
-                            PtzCatalogue({{2400, 1}, {4800, 1, 99999}}),
-                            {},
-                            [](Bytes& b) {
-                              harness::PutU16(b, 4, 1);
-                              harness::PutU8(b, 6, 5);
-                            }},
-                    PtzCase{"ModuleFlagsAndAddresses",
-                            "PtzInstFlag0=1&PtzBaseAddr0=33&PtzInstFlag3=1&PtzBaseAddr2=0x10",
-                            {},
-                            {},
-                            [](Bytes& b) {
-                              harness::PutU32(b, ModuleBlock(0) + 4, 1);
-                              harness::PutU32(b, ModuleBlock(0), 33);
-                              harness::PutU32(b, ModuleBlock(3) + 4, 1);
-                              harness::PutU32(b, ModuleBlock(2), 16);
-                            }}),
-    [](const auto& info) { return std::string(info.param.test_name); });
+INSTANTIATE_TEST_SUITE_P(Cases, PtzSet,
+                         testing::Values(PtzCase{"NoDeviceKeepsModelDefaultMarks",
+                                                 "PtzDeviceId=65535&PtzBaudRateIdx=255&PtzLineMode=255",
+                                                 PtzCatalogue(kThreeModels),
+                                                 {},
+                                                 0xffff,
+                                                 0xff,
+                                                 0xff},
+                                         PtzCase{"ModelSuppliesBaudIndexAndLineMode",
+                                                 "PtzDeviceId=2&PtzBaudRateIdx=255&PtzLineMode=255",
+                                                 PtzCatalogue(kThreeModels),
+                                                 {},
+                                                 2,
+                                                 5,
+                                                 4},
+                                         PtzCase{"GivenValuesStay",
+                                                 "PtzDeviceId=1&PtzBaudRateIdx=3&PtzLineMode=9",
+                                                 PtzCatalogue(kThreeModels),
+                                                 {},
+                                                 1,
+                                                 3,
+                                                 9},
+                                         PtzCase{"BaudNotInTableGivesIndexZero",
+                                                 "PtzDeviceId=0&PtzBaudRateIdx=255",
+                                                 PtzCatalogue({{14400, 2}}),
+                                                 {},
+                                                 0,
+                                                 0,
+                                                 kAsBefore},
+                                         PtzCase{"ShortRootCatalogueFallsBackToTheFactoryCopy",
+                                                 "PtzDeviceId=1&PtzBaudRateIdx=255", Bytes(1000, 'x'),
+                                                 PtzCatalogue({{300, 1}, {57600, 8}}), 1, 9, kAsBefore},
+                                         PtzCase{"NoCatalogueAtAllGivesNineThousandSixHundredAndOne",
+                                                 "PtzDeviceId=0&PtzBaudRateIdx=255&PtzLineMode=255",
+                                                 {},
+                                                 {},
+                                                 0,
+                                                 6,
+                                                 1},
+                                         PtzCase{"FirstWordOtherThanOneMeansNoModels",
+                                                 "PtzDeviceId=1&PtzBaudRateIdx=255&PtzLineMode=255",
+                                                 PtzCatalogue(kThreeModels, 2),
+                                                 {},
+                                                 1,
+                                                 6,
+                                                 1},
+                                         PtzCase{"DeviceIdBeyondTheModels",
+                                                 "PtzDeviceId=3&PtzBaudRateIdx=255",
+                                                 PtzCatalogue(kThreeModels),
+                                                 {},
+                                                 3,
+                                                 6,
+                                                 kAsBefore},
+                                         PtzCase{"NegativeDeviceIdSelectsTheFirstModel",
+                                                 "PtzDeviceId=0x8000&PtzBaudRateIdx=255",
+                                                 PtzCatalogue({{2400, 1}, {4800, 1}}),
+                                                 {},
+                                                 0x8000,
+                                                 4,
+                                                 kAsBefore},
+                                         PtzCase{"RecordSizeZeroEndsTheWalk",
+                                                 "PtzDeviceId=1&PtzBaudRateIdx=255",
+                                                 PtzCatalogue({{2400, 1, 0}, {4800, 1}}),
+                                                 {},
+                                                 1,
+                                                 6,
+                                                 kAsBefore},
+                                         PtzCase{"RecordSizeBelowTheFixedPartEndsTheWalk",
+                                                 "PtzDeviceId=1&PtzBaudRateIdx=255",
+                                                 PtzCatalogue({{2400, 1, 1495}, {4800, 1}}),
+                                                 {},
+                                                 1,
+                                                 6,
+                                                 kAsBefore},
+                                         PtzCase{"LastRecordMayReachPastTheEnd",
+                                                 "PtzDeviceId=1&PtzBaudRateIdx=255",
+                                                 PtzCatalogue({{2400, 1}, {4800, 1, 99999}}),
+                                                 {},
+                                                 1,
+                                                 5,
+                                                 kAsBefore}),
+                         [](const auto& info) { return std::string(info.param.test_name); });
+
+TEST(PtzSet, ControlModeAndModuleFlagsAndAddresses) {
+  harness::SandboxRoot root;
+  const Bytes start = PtzStart();
+  root.WriteFile(kPtzConf, start);
+  EXPECT_EQ(harness::PostCgi(
+                "nxptzset.cgi",
+                "NxCgiVer=1&PtzCtlMode=2&PtzInstFlag0=1&PtzBaseAddr0=33&PtzInstFlag3=1&PtzBaseAddr2=0x10",
+                root.path())
+                .out,
+            kHeader);
+  Bytes expected = start;
+  harness::PutU8(expected, 3, 2);
+  harness::PutU32(expected, ModuleBlock(0) + 4, 1);
+  harness::PutU32(expected, ModuleBlock(0), 33);
+  harness::PutU32(expected, ModuleBlock(3) + 4, 1);
+  harness::PutU32(expected, ModuleBlock(2), 16);
+  EXPECT_EQ(harness::DescribeDifference(expected, root.ReadFile(kPtzConf)), "");
+  EXPECT_EQ(root.ReadFile("/tmp/ChkPtzConfChg"), "33\n");
+}
 
 TEST(PtzSet, NotifiesTheCameraControlDaemonWithSignal12) {
   harness::SandboxRoot root;
@@ -241,10 +234,10 @@ TEST(PtzSet, FailuresLeaveTheFileAndRunNothing) {
   const Bytes start = PtzStart();
   root.WriteFile(kPtzConf, start.substr(0, kPtzConfSize - 1));
   EXPECT_EQ(harness::PostCgi("nxptzset.cgi", "NxCgiVer=1&PtzCtlMode=1", root.path()).out,
-            std::string(kHeader) + ErrorPage("nxptzset.cgi"));
+            kHeader + ErrorPage("nxptzset.cgi", ""));
   root.WriteFile(kPtzConf, start);
   EXPECT_EQ(harness::PostCgi("nxptzset.cgi", "NxCgiVer=2&PtzCtlMode=1", root.path()).out,
-            std::string(kHeader) + ErrorPage("nxptzset.cgi"));
+            kHeader + ErrorPage("nxptzset.cgi", ""));
   EXPECT_EQ(root.ReadFile(kPtzConf), start);
   EXPECT_TRUE(root.Journal().empty());
   EXPECT_FALSE(root.Exists("/tmp/ChkPtzConfChg"));
@@ -261,9 +254,9 @@ TEST(PtzModSet, ChangesOnlyThatModule) {
   EXPECT_EQ(harness::DescribeDifference(expected, root.ReadFile(kPtzConf)), "");
 
   EXPECT_EQ(harness::PostCgi("nxptzmodset.cgi", "NxCgiVer=1&NxModId=7&PtzInstFlag=1", root.path()).out,
-            std::string(kHeader) + ErrorPage("nxptzmodset.cgi", "Invalid NxModId = 7<br>\n"));
+            kHeader + ErrorPage("nxptzmodset.cgi", "Invalid NxModId = 7<br>\n"));
   EXPECT_EQ(harness::PostCgi("nxptzmodset.cgi", "NxCgiVer=1&PtzInstFlag=1", root.path()).out,
-            std::string(kHeader) + ErrorPage("nxptzmodset.cgi", "Invalid NxModId = -1<br>\n"));
+            kHeader + ErrorPage("nxptzmodset.cgi", "Invalid NxModId = -1<br>\n"));
   EXPECT_EQ(harness::DescribeDifference(expected, root.ReadFile(kPtzConf)), "");
 }
 
@@ -288,9 +281,9 @@ TEST(PtzPortSet, InvalidIdsArePrintedInThePage) {
   root.WriteFile(kPtzConf, start);
   EXPECT_EQ(
       harness::PostCgi("nxptzportset.cgi", "NxCgiVer=1&NxModId=4&PortId=0&PresetName0=a", root.path()).out,
-      std::string(kHeader) + "Invalid NxModId = 4<br>\n");
+      kHeader + "Invalid NxModId = 4<br>\n");
   EXPECT_EQ(harness::PostCgi("nxptzportset.cgi", "NxCgiVer=1&NxModId=1&PresetName0=a", root.path()).out,
-            std::string(kHeader) + "Invalid PortId = -1<br>\n");
+            kHeader + "Invalid PortId = -1<br>\n");
   EXPECT_EQ(root.ReadFile(kPtzConf), start);
 }
 
@@ -439,10 +432,10 @@ TEST(SensorSet, FailuresLeaveTheFileAndRestartNothing) {
   harness::SandboxRoot root;
   root.WriteFile(kSensorConf, harness::PatternBytes(159));
   EXPECT_EQ(harness::PostCgi("nxsnsset.cgi", "NxCgiVer=1&LowerLimit=1", root.path()).out,
-            std::string(kHeader) + ErrorPage("nxsnsset.cgi"));
+            kHeader + ErrorPage("nxsnsset.cgi", ""));
   root.WriteFile(kSensorConf, harness::PatternBytes(160));
   EXPECT_EQ(harness::PostCgi("nxsnsset.cgi", "LowerLimit=1", root.path()).out,
-            std::string(kHeader) + ErrorPage("nxsnsset.cgi"));
+            kHeader + ErrorPage("nxsnsset.cgi", ""));
   EXPECT_EQ(root.ReadFile(kSensorConf), harness::PatternBytes(160));
   EXPECT_TRUE(root.Journal().empty());
 }

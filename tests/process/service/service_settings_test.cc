@@ -6,6 +6,7 @@
 #include <string>
 
 #include "harness/bytes.h"
+#include "harness/expected_pages.h"
 #include "harness/process.h"
 #include "harness/sandbox.h"
 
@@ -13,12 +14,9 @@ namespace {
 
 using harness::Bytes;
 
-constexpr const char* kHeader = "Content-type: text/html\r\n\r\n";
+const std::string kHeader = harness::kHtmlHeader;
 
-std::string ErrorPage(const std::string& cgi, const std::string& message = "") {
-  return std::string(kHeader) + "<html>\n<head>\n<script language=javascript>\nalert(\"" + cgi +
-         " Cgi Func:[" + message + "] return ERROR!!!\");\nhistory.go(-1);\n</script>\n</head>\n</html>\n";
-}
+std::string ErrorPage(const std::string& cgi) { return harness::ErrorPage(cgi, ""); }
 
 struct ServiceFile {
   const char* name;
@@ -92,9 +90,9 @@ TEST_P(ServiceSettings, ChangesExactlyTheGivenFields) {
   if (c.expect != nullptr) {
     expected.resize(c.file.size);  // a longer file is saved at the record's size
     c.expect(expected);
-    EXPECT_EQ(result.out, std::string(kHeader) + c.body);
+    EXPECT_EQ(result.out, kHeader + c.body);
   } else {
-    EXPECT_EQ(result.out, std::string(kHeader) + c.body);
+    EXPECT_EQ(result.out, kHeader + c.body);
   }
   for (int module = 0; module < 4; ++module) {
     const Bytes& want = module == c.module ? expected : start;
@@ -317,7 +315,7 @@ TEST(ServiceSettings, MissingFileFailsEveryHandlerOfTheService) {
   for (const char* cgi : {"nxiholdsvc.cgi", "nxiholdsvcport.cgi"}) {
     const harness::ProcessResult result =
         harness::PostCgi(cgi, "NxModId=2&NxCgiVer=1&PortId=0&EnableSvc=1&PauseTime=1", root.path());
-    EXPECT_EQ(result.out, std::string(kHeader) + ErrorPage(cgi)) << cgi;
+    EXPECT_EQ(result.out, kHeader + ErrorPage(cgi)) << cgi;
     EXPECT_FALSE(root.Exists("/opt/vsb/etc/NxConf/NxModId2/ImgHoldConf.bin"));
   }
 }
