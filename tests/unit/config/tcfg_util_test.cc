@@ -17,28 +17,12 @@ namespace {
 using tcfg_test::BlankLines;
 using tcfg_test::CfgPtr;
 using tcfg_test::Err;
+using tcfg_test::ExpectedRows;
 using tcfg_test::MemCfg;
 using tcfg_test::Rows;
 using Lines = std::vector<std::string>;
 
 constexpr const char* kConf = "/opt/vsb/etc/test.conf";
-
-// What loading promises: the text up to its first NUL, cut at every LF and
-// CR, without empty lines, at most 32768 of them.
-Lines ExpectedRows(const std::string& bytes) {
-  const std::string text = bytes.substr(0, bytes.find('\0'));
-  Lines rows;
-  std::string line;
-  for (const char c : text + '\n') {
-    if (c == '\n' || c == '\r') {
-      if (!line.empty() && rows.size() < kTcfgMaxRows) rows.push_back(line);
-      line.clear();
-    } else {
-      line += c;
-    }
-  }
-  return rows;
-}
 
 std::string Joined(const Lines& rows) {
   std::string text;
@@ -221,11 +205,14 @@ TEST_F(TcfgFileTest, LongLineWithoutLineEndIsOneRow) {
 TEST_F(TcfgFileTest, EveryCutOfASampleFileLoadsAndSaves) {
   const std::string sample =
       "# sample\r\nHOST = \"cam 1\" ; name\r\n\r\nPORT=80\nPORT2 8080\n'x'\n,a,,b\r\rKEY=\n=\nEND";
+  const std::string lf_only = "\n\nA=1\n\nB 2\n# c\nC=\"x\" ; y\n,,a,b\nEND";
   const std::string with_nul = std::string("A=1\nB=\"", 7) + '\0' + "\"\nC=3\r\n";
-  for (std::size_t length = 0; length <= sample.size() + with_nul.size(); ++length) {
-    const std::string bytes =
-        length <= sample.size() ? sample.substr(0, length) : with_nul.substr(0, length - sample.size());
-    SCOPED_TRACE("length " + std::to_string(length));
+  std::vector<std::string> cuts;
+  for (const std::string* text : {&sample, &lf_only, &with_nul}) {
+    for (std::size_t length = 0; length <= text->size(); ++length) cuts.push_back(text->substr(0, length));
+  }
+  for (const std::string& bytes : cuts) {
+    SCOPED_TRACE(testing::PrintToString(bytes));
     CfgPtr cfg = Loaded(kConf, bytes);
     ASSERT_NE(cfg, nullptr);
     const Lines expected = ExpectedRows(bytes);
