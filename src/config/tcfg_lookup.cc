@@ -54,11 +54,11 @@ bool KeyMatches(const char* row, const char* key, std::size_t key_length, std::s
 // Bytes that may be read from the row's start: up to the end of the content
 // buffer for rows in it, only the row itself (unknown here) for owned lines.
 std::size_t ReadableBytes(const Tcfg* cfg, const char* row) {
-  const char* content_end = cfg->content + cfg->size + 1;
-  if (cfg->content != nullptr && row >= cfg->content && row < content_end) {
-    return static_cast<std::size_t>(content_end - row);
-  }
-  return 0;
+  if (cfg->content == nullptr) return 0;
+  const auto start = reinterpret_cast<uintptr_t>(cfg->content);
+  const auto end = start + cfg->size + 1;
+  const auto at = reinterpret_cast<uintptr_t>(row);
+  return at >= start && at < end ? end - at : 0;
 }
 
 constexpr bool IsQuote(char c) { return c == '"' || c == '\''; }

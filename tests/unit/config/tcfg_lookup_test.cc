@@ -49,6 +49,14 @@ TEST(TcfgKeys, LookupRules) {
       {"A=1\n", "", -1, ""},
       {"=v\n", "", 0, "v"},
       {"", "KEY", -1, ""},
+      // Long keys are compared a word at a time within the loaded text.
+      {"LONGKEYNAME_X=2\nLONGKEYNAME=1\n", "LONGKEYNAME", 1, "1"},
+      {"LONGKEYNAME=1\nLONGKEYNAM", "LONGKEYNAM", -1, ""},
+      {"LONGKEYNAME=1\nLONGKEYNAM", "LONGKEYNAME", 0, "1"},
+      {"LONGKEY\nLONGKEYNAME=1", "LONGKEYNAME", 1, "1"},
+      {"A_VERY_LONG_KEY_NAXE_X=1\nA_VERY_LONG_KEY_NAME_X=2\n", "A_VERY_LONG_KEY_NAME_X", 1, "2"},
+      {"A_VERY_LONG_KEY_NAME_Y=1\nA_VERY_LONG_KEY_NAME_X\t2\n", "A_VERY_LONG_KEY_NAME_X", 1, "2"},
+      {"XVERY_LONG_KEY_NAME_X=1\n", "A_VERY_LONG_KEY_NAME_X", -1, ""},
   };
   for (const KeyCase& c : cases) {
     SCOPED_TRACE(std::string(c.text) + " / " + c.key);
@@ -348,7 +356,7 @@ TEST(TcfgMalformed, RandomTextThroughEveryOperation) {
     ASSERT_EQ(Rows(cfg.get()), tcfg_test::ExpectedRows(text));
     char value[16];
     (void)harness::CaptureStdio([&] {
-      for (const char* key : {"K", "KEY", "KEY1", ""}) {
+      for (const char* key : {"K", "KEY", "KEY1", "", "KEY1KEY1", "KEYKEYKEYKEYKEY11"}) {
         for (int n = 0; n < 3; ++n) find_value(cfg.get(), key, value, sizeof value, nullptr, nullptr, n, n);
         replace_value(cfg.get(), key, "v\"'#", 1, 0);
         set_value(cfg.get(), key, "");

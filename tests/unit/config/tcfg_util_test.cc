@@ -58,6 +58,7 @@ TEST_F(TcfgFileTest, CreateFlagMakesEmptyFileWithMode0744BelowTheRoot) {
   ASSERT_EQ(stat(root_.Host(kConf).c_str(), &status), 0);
   EXPECT_EQ(status.st_mode & 07777, 0744u);
   EXPECT_EQ(status.st_size, 0);
+  EXPECT_NE(access(kConf, F_OK), 0);  // nothing outside the root
   EXPECT_EQ(load_cfg(cfg.get()), 0);
 }
 
