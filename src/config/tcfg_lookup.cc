@@ -20,9 +20,9 @@ constexpr std::size_t kReplaceBufferSize = 128;
 // Columns a row is split into; an index above this is a caller error.
 constexpr int kMaxColumns = 128;
 
-// The row's first key_length characters are the key and a separator follows.
-// A NUL in the row differs from every key character, so short rows stop the
-// comparison at their end.
+// The row starts with the key's key_length characters. A NUL in the row
+// differs from every key character, so short rows stop the comparison at
+// their end.
 bool KeyMatchesBytewise(const char* row, const char* key, std::size_t key_length) {
   for (std::size_t i = 0; i < key_length; ++i) {
     if (row[i] != key[i]) return false;
@@ -30,11 +30,10 @@ bool KeyMatchesBytewise(const char* row, const char* key, std::size_t key_length
   return true;
 }
 
-// The key compared with a row, given how many bytes from the row's start may
-// be read. Rows in the content buffer may be compared whole words at a time
-// up to the buffer's end: what follows a row's NUL there is other rows, and a
-// NUL inside the row still differs from the key. Lookups that scan every row
-// of a large file spend most of their time here.
+// The row starts with the key and a separator ("=", blank or tab) follows,
+// given how many bytes from the row's start may be read. Rows in the content buffer may be compared whole
+// words at a time up to the buffer's end: what follows a row's NUL there is other rows, and a NUL inside the
+// row still differs from the key. Lookups that scan every row of a large file spend most of their time here.
 bool KeyMatches(const char* row, const char* key, std::size_t key_length, std::size_t readable) {
   if (key_length >= 8 && readable > key_length) {
     uint64_t row_head, key_head, row_tail, key_tail;
