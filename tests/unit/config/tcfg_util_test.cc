@@ -7,6 +7,7 @@
 
 #include <cerrno>
 #include <cstring>
+#include <ostream>
 #include <string>
 #include <vector>
 
@@ -100,6 +101,8 @@ struct LoadCase {
   Lines rows;
   std::string saved;
 };
+
+void PrintTo(const LoadCase& c, std::ostream* os) { *os << c.name; }
 
 class TcfgLoadTest : public tcfg_test::DeviceRootTest, public ::testing::WithParamInterface<LoadCase> {};
 
