@@ -1,5 +1,6 @@
 // Key, column and substring look-ups on the rows of a Tcfg, and the in-place
 // replacement of the values they find.
+#include <cstdint>
 #include <cstdio>
 #include <cstring>
 
@@ -19,15 +20,44 @@ constexpr std::size_t kReplaceBufferSize = 128;
 // Columns a row is split into; an index above this is a caller error.
 constexpr int kMaxColumns = 128;
 
-// The row's first key_length characters are the key and a separator follows.
-// A NUL in the row differs from every key character, so short rows stop the
-// comparison at their end.
-bool KeyMatches(const char* row, const char* key, std::size_t key_length) {
+// The row starts with the key's key_length characters. A NUL in the row
+// differs from every key character, so short rows stop the comparison at
+// their end.
+bool KeyMatchesBytewise(const char* row, const char* key, std::size_t key_length) {
   for (std::size_t i = 0; i < key_length; ++i) {
     if (row[i] != key[i]) return false;
   }
+  return true;
+}
+
+// The row starts with the key and a separator ("=", blank or tab) follows,
+// given how many bytes from the row's start may be read. Rows in the content buffer may be compared whole
+// words at a time up to the buffer's end: what follows a row's NUL there is other rows, and a NUL inside the
+// row still differs from the key. Lookups that scan every row of a large file spend most of their time here.
+bool KeyMatches(const char* row, const char* key, std::size_t key_length, std::size_t readable) {
+  if (key_length >= 8 && readable > key_length) {
+    uint64_t row_head, key_head, row_tail, key_tail;
+    std::memcpy(&row_head, row, 8);
+    std::memcpy(&key_head, key, 8);
+    std::memcpy(&row_tail, row + key_length - 8, 8);
+    std::memcpy(&key_tail, key + key_length - 8, 8);
+    if (row_head != key_head || row_tail != key_tail) return false;
+    if (key_length > 16 && !KeyMatchesBytewise(row + 8, key + 8, key_length - 16)) return false;
+  } else if (!KeyMatchesBytewise(row, key, key_length)) {
+    return false;
+  }
   const char separator = row[key_length];
   return separator == '=' || separator == ' ' || separator == '\t';
+}
+
+// Bytes that may be read from the row's start: up to the end of the content
+// buffer for rows in it, only the row itself (unknown here) for owned lines.
+std::size_t ReadableBytes(const Tcfg* cfg, const char* row) {
+  if (cfg->content == nullptr) return 0;
+  const auto start = reinterpret_cast<uintptr_t>(cfg->content);
+  const auto end = start + cfg->size + 1;
+  const auto at = reinterpret_cast<uintptr_t>(row);
+  return at >= start && at < end ? end - at : 0;
 }
 
 constexpr bool IsQuote(char c) { return c == '"' || c == '\''; }
@@ -119,7 +149,7 @@ int find_value(Tcfg* cfg, const char* key, char* buffer, std::size_t buffer_size
   int skip = n;
   for (int i = start_row; i < cfg->row_count; ++i) {
     const char* row = cfg->rows[i];
-    if (row == nullptr || !KeyMatches(row, key, key_length)) continue;
+    if (row == nullptr || !KeyMatches(row, key, key_length, ReadableBytes(cfg, row))) continue;
     if (skip > 0) {
       --skip;
       continue;

@@ -38,20 +38,25 @@ void ShowOwnedLine(Tcfg* cfg, int row, char* line) {
   cfg->rows[row] = line;
 }
 
-// Drops the rows in use; their owned lines go with them.
-void ForgetRows(Tcfg* cfg) {
-  for (int i = 0; i < cfg->row_count; ++i) {
-    std::free(cfg->owned[i]);
-    cfg->owned[i] = nullptr;
-    cfg->rows[i] = nullptr;
+// Drops the rows in use; their owned lines go with them. Returns how many
+// rows there were.
+int ForgetRows(Tcfg* cfg) {
+  const int count = cfg->row_count;
+  for (int i = 0; i < count; ++i) {
+    if (cfg->owned[i] != nullptr) {
+      std::free(cfg->owned[i]);
+      cfg->owned[i] = nullptr;
+    }
   }
+  std::memset(cfg->rows, 0, sizeof cfg->rows[0] * static_cast<std::size_t>(count));
   cfg->row_count = 0;
+  return count;
 }
 
-// Rows just split from the content hide whatever owned line a slot still
-// held (one set beyond the old row count): release it.
-void ReleaseHiddenLines(Tcfg* cfg) {
-  for (int i = 0; i < cfg->row_count; ++i) {
+// Rows just split from the content hide whatever owned line a slot from
+// `from` on still held (one set beyond the old row count): release it.
+void ReleaseHiddenLines(Tcfg* cfg, int from) {
+  for (int i = from; i < cfg->row_count; ++i) {
     if (cfg->owned[i] != nullptr) {
       std::free(cfg->owned[i]);
       cfg->owned[i] = nullptr;
@@ -160,7 +165,7 @@ int load_cfg(Tcfg* cfg) {
     NX_DIAG(kSource, "%s\n", "argument is NULL");
     return -1;
   }
-  ForgetRows(cfg);
+  const int old_row_count = ForgetRows(cfg);
   const platform::HostPath host = platform::MapPath(cfg->path);
   const int fd = open(host.c_str(), O_RDONLY | O_CLOEXEC);
   if (fd < 0) {
@@ -179,7 +184,7 @@ int load_cfg(Tcfg* cfg) {
   cfg->content[cfg->size] = '\0';
   close(fd);
   cfg->row_count = tcfg_text::SplitLines(cfg->content, cfg->size, cfg->rows, kTcfgMaxRows);
-  ReleaseHiddenLines(cfg);
+  ReleaseHiddenLines(cfg, old_row_count);
   return cfg->row_count;
 }
 

@@ -35,6 +35,23 @@ inline std::vector<std::string> Rows(const Tcfg* cfg) {
   return rows;
 }
 
+// What loading promises: the text up to its first NUL, cut at every LF and
+// CR, without empty lines, at most 32768 of them.
+inline std::vector<std::string> ExpectedRows(const std::string& bytes) {
+  const std::string text = bytes.substr(0, bytes.find('\0'));
+  std::vector<std::string> rows;
+  std::string line;
+  for (const char c : text + '\n') {
+    if (c == '\n' || c == '\r') {
+      if (!line.empty() && rows.size() < kTcfgMaxRows) rows.push_back(line);
+      line.clear();
+    } else {
+      line += c;
+    }
+  }
+  return rows;
+}
+
 inline CfgPtr MemCfg(const std::string& text) {
   return CfgPtr(create_mem_cfg(text.data(), static_cast<uint32_t>(text.size())));
 }

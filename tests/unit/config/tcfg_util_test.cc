@@ -7,6 +7,7 @@
 
 #include <cerrno>
 #include <cstring>
+#include <ostream>
 #include <string>
 #include <vector>
 
@@ -17,28 +18,12 @@ namespace {
 using tcfg_test::BlankLines;
 using tcfg_test::CfgPtr;
 using tcfg_test::Err;
+using tcfg_test::ExpectedRows;
 using tcfg_test::MemCfg;
 using tcfg_test::Rows;
 using Lines = std::vector<std::string>;
 
 constexpr const char* kConf = "/opt/vsb/etc/test.conf";
-
-// What loading promises: the text up to its first NUL, cut at every LF and
-// CR, without empty lines, at most 32768 of them.
-Lines ExpectedRows(const std::string& bytes) {
-  const std::string text = bytes.substr(0, bytes.find('\0'));
-  Lines rows;
-  std::string line;
-  for (const char c : text + '\n') {
-    if (c == '\n' || c == '\r') {
-      if (!line.empty() && rows.size() < kTcfgMaxRows) rows.push_back(line);
-      line.clear();
-    } else {
-      line += c;
-    }
-  }
-  return rows;
-}
 
 std::string Joined(const Lines& rows) {
   std::string text;
@@ -74,6 +59,7 @@ TEST_F(TcfgFileTest, CreateFlagMakesEmptyFileWithMode0744BelowTheRoot) {
   ASSERT_EQ(stat(root_.Host(kConf).c_str(), &status), 0);
   EXPECT_EQ(status.st_mode & 07777, 0744u);
   EXPECT_EQ(status.st_size, 0);
+  EXPECT_NE(access(kConf, F_OK), 0);  // nothing outside the root
   EXPECT_EQ(load_cfg(cfg.get()), 0);
 }
 
@@ -115,6 +101,8 @@ struct LoadCase {
   Lines rows;
   std::string saved;
 };
+
+void PrintTo(const LoadCase& c, std::ostream* os) { *os << c.name; }
 
 class TcfgLoadTest : public tcfg_test::DeviceRootTest, public ::testing::WithParamInterface<LoadCase> {};
 
@@ -221,11 +209,14 @@ TEST_F(TcfgFileTest, LongLineWithoutLineEndIsOneRow) {
 TEST_F(TcfgFileTest, EveryCutOfASampleFileLoadsAndSaves) {
   const std::string sample =
       "# sample\r\nHOST = \"cam 1\" ; name\r\n\r\nPORT=80\nPORT2 8080\n'x'\n,a,,b\r\rKEY=\n=\nEND";
+  const std::string lf_only = "\n\nA=1\n\nB 2\n# c\nC=\"x\" ; y\n,,a,b\nEND";
   const std::string with_nul = std::string("A=1\nB=\"", 7) + '\0' + "\"\nC=3\r\n";
-  for (std::size_t length = 0; length <= sample.size() + with_nul.size(); ++length) {
-    const std::string bytes =
-        length <= sample.size() ? sample.substr(0, length) : with_nul.substr(0, length - sample.size());
-    SCOPED_TRACE("length " + std::to_string(length));
+  std::vector<std::string> cuts;
+  for (const std::string* text : {&sample, &lf_only, &with_nul}) {
+    for (std::size_t length = 0; length <= text->size(); ++length) cuts.push_back(text->substr(0, length));
+  }
+  for (const std::string& bytes : cuts) {
+    SCOPED_TRACE(testing::PrintToString(bytes));
     CfgPtr cfg = Loaded(kConf, bytes);
     ASSERT_NE(cfg, nullptr);
     const Lines expected = ExpectedRows(bytes);
