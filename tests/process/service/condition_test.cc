@@ -14,10 +14,7 @@ namespace {
 using harness::Bytes;
 
 const std::string kHeader = harness::kHtmlHeader;
-const std::string kErrorAnswer = kHeader + kHeader +
-                                 "<html>\n<head>\n<script language=javascript>\n"
-                                 "alert(\"nxcondcfg.cgi Cgi Func:[] return ERROR!!!\");\nhistory.go(-1);\n"
-                                 "</script>\n</head>\n</html>\n";
+const std::string kErrorAnswer = kHeader + harness::ErrorPage("nxcondcfg.cgi", "");
 
 struct Service {
   const char* file;
