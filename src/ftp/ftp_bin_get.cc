@@ -46,7 +46,9 @@ bool JoinPath(std::span<char> path, const char* dir, const char* name) {
   return written >= 0 && static_cast<std::size_t>(written) < path.size();
 }
 
-// The login texts as the form gave them (a refused one shown whole).
+// The session's failure with the login texts. They are read again from the
+// form: the same texts as the record's, except that a value refused for its
+// slot is shown whole.
 void ReportMakeError(char* err_msg) {
   char host[kFieldSize] = {};
   char user[kFieldSize] = {};
@@ -58,6 +60,7 @@ void ReportMakeError(char* err_msg) {
 }
 
 // Fills the record from the form; false when a value does not fit its slot.
+// The handler then gives up before connecting, as when no session is made.
 bool ReadRecord(BinGetRecord* record, char* field) {
   bool fits = true;
   fits &= ReadIntoSlot("ServerIp", field, record->host) != SlotRead::kTooLong;

@@ -14,6 +14,7 @@
 #include "config/svc_cfg_file.h"
 #include "ftp/ftp_handlers.h"
 #include "ftp/ftp_internal.h"
+#include "ftp/ftp_ops.h"
 #include "harness/capture.h"
 #include "harness/device_root.h"
 #include "harness/ftp_script_server.h"
@@ -138,6 +139,19 @@ TEST_F(FtpHandlersInProcess, ExistingLocalFilesAreOverwrittenBelowTheRoot) {
       Run(NxCgi_FtpBinGetCgifunc, "NxCgiVer=1&" + Login() + "&FileNames=a.jpg&LocalDir=/tmp/");
   EXPECT_EQ(result.result, 1) << result.err;
   EXPECT_EQ(root_.ReadFile("/tmp/a.jpg"), "new");
+}
+
+TEST_F(FtpHandlersInProcess, UploadsReadTheirLocalFileBelowTheRoot) {
+  root_.WriteFile("/tmp/up.txt", "from the root");
+  ftp_session* s = ftp_make("127.0.0.1", "cam", "secret", port_);
+  ASSERT_NE(s, nullptr);
+  EXPECT_EQ(ftp_put(s, 0, "/tmp/up.txt", "up.txt"), 1);
+  // Messages keep the device name.
+  const auto missing =
+      harness::CaptureStdio([&] { EXPECT_EQ(ftp_put(s, 0, "/tmp/none.txt", "none.txt"), 0); });
+  ftp_close(s);
+  EXPECT_EQ(harness::ReadWholeFile(home_ + "/up.txt"), "from the root");
+  EXPECT_EQ(missing.err, "local: /tmp/none.txt: No such file or directory\n");
 }
 
 TEST_F(FtpHandlersInProcess, MkDirSuccessAndFailureLeaveNoDescriptors) {

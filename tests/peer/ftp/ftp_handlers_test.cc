@@ -321,10 +321,13 @@ TEST_F(FtpHandlers, MkDirMakesEverySchemeInTheBaseDirectory) {
       MakeRemoteDir(base);
       module = (module + 1) % 4;
       PointService(module, mode, base, c.scheme);
+      const std::string file_before = root_.ReadFile(ServiceFile(module, mode));
       const auto result = Get("nxftpmkdir.cgi", "NxModId=" + std::to_string(module) +
                                                     "&NxCgiVer=1&FtpMode=" + mode + "&RetReDir=/ftp.html");
       EXPECT_EQ(result.out, kHtmlHeader + kRedirect);
       EXPECT_EQ(ListDir(home_ + "/" + base), Sorted(c.dirs));
+      // The service file is only read.
+      EXPECT_EQ(root_.ReadFile(ServiceFile(module, mode)), file_before);
     }
   }
   EXPECT_EQ(ListDir(home_).size(), 10u);
