@@ -2,6 +2,7 @@
 
 #include <cstring>
 
+#include "ftp/ftp_handlers.h"
 #include "handlers/device/device_handlers.h"
 #include "handlers/maint/maint_handlers.h"
 #include "handlers/service/buffer_handlers.h"
@@ -27,8 +28,8 @@ constexpr CgiHandlerEntry kCgiHandlerTable[] = {
     {"nxftpdurport.cgi", NxCgi_FtpDurSvcPortCfgFunc},
     {"nxftpsig.cgi", NxCgi_FtpSigSvcCfgFunc},
     {"nxftpsigport.cgi", NxCgi_FtpSigSvcPortCfgFunc},
-    {"nxftpmkdir.cgi", nullptr},
-    {"nxftpbinget.cgi", nullptr},
+    {"nxftpmkdir.cgi", NxCgi_FtpMkDirCgifunc},
+    {"nxftpbinget.cgi", NxCgi_FtpBinGetCgifunc},
     {"nxmailsvc.cgi", NxCgi_MailSvcCfgFunc},
     {"nxmailsvcport.cgi", NxCgi_MailSvcPortCfgFunc},
     {"nxdicgi.cgi", NxCgi_DiCgiSvcCfgFunc},

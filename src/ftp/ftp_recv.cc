@@ -12,6 +12,7 @@
 #include <cstring>
 
 #include "ftp/ftp_internal.h"
+#include "platform/host_root.h"
 
 namespace {
 
@@ -22,9 +23,10 @@ constexpr std::size_t kDiscardSize = 8192;
 void LocalError(const char* name) { std::fprintf(stderr, "local: %s: %s\n", name, std::strerror(errno)); }
 
 // Makes sure the local file may be written; returns the name to write to
-// (maybe a unique one) or null after a message.
+// (maybe a unique one) or null after a message. Local names are device paths;
+// only the calls that touch the file system see the host path.
 const char* CheckLocalTarget(ftp_session* s, const char* local) {
-  if (access(local, W_OK) == 0) {
+  if (access(platform::MapPath(local).c_str(), W_OK) == 0) {
     if (!s->recv_unique) return local;
     return ftp_unique_name(local);
   }
@@ -38,13 +40,13 @@ const char* CheckLocalTarget(ftp_session* s, const char* local) {
     std::fprintf(stderr, "local: %s: %s\n", local, std::strerror(ENAMETOOLONG));
     return nullptr;
   }
-  if (access(dir, W_OK) < 0) {
+  if (access(platform::MapPath(dir).c_str(), W_OK) < 0) {
     LocalError(dir);
     return nullptr;
   }
   if (failure == EACCES) {
     if (s->recv_unique) return ftp_unique_name(local);
-    if (chmod(local, 0600) < 0) {
+    if (chmod(platform::MapPath(local).c_str(), 0600) < 0) {
       LocalError(local);
       return nullptr;
     }
@@ -199,7 +201,7 @@ int ftp_recv(ftp_session* s, const char* command, const char* local, const char*
       std::fflush(stdout);
       file = stdout;
     } else {
-      file = std::fopen(local, open_mode);
+      file = std::fopen(platform::MapPath(local).c_str(), open_mode);
       if (file == nullptr) LocalError(local);
     }
   }

@@ -13,6 +13,7 @@
 
 #include "ftp/ftp_internal.h"
 #include "ftp/ftp_source.h"
+#include "platform/host_root.h"
 
 namespace {
 
@@ -190,7 +191,7 @@ int ftp_send(ftp_session* s, const char* command, const char* local, const char*
     ftp_source_from_stdin(source);
   } else {
     const bool binary = s->cur_type == kFtpTypeImage || s->cur_type == kFtpTypeLocal;
-    std::FILE* file = std::fopen(local, binary ? "rb" : "r");
+    std::FILE* file = std::fopen(platform::MapPath(local).c_str(), binary ? "rb" : "r");
     if (file == nullptr) {
       std::fprintf(stderr, "local: %s: %s\n", local, std::strerror(errno));
       s->reply_code = -1;

@@ -1,4 +1,5 @@
 // Local names that never overwrite an existing file: name.1, name.2, ...
+// Names are device paths, tested below the host root.
 #include <unistd.h>
 
 #include <cerrno>
@@ -6,6 +7,7 @@
 #include <cstring>
 
 #include "ftp/ftp_internal.h"
+#include "platform/host_root.h"
 
 namespace {
 
@@ -32,7 +34,7 @@ char* ftp_unique_name(const char* local) {
     std::fprintf(stderr, "local: %s: %s\n", local, std::strerror(ENAMETOOLONG));
     return nullptr;
   }
-  if (access(dir, W_OK) < 0) {
+  if (access(platform::MapPath(dir).c_str(), W_OK) < 0) {
     std::fprintf(stderr, "local: %s: %s\n", dir, std::strerror(errno));
     return nullptr;
   }
@@ -47,7 +49,8 @@ char* ftp_unique_name(const char* local) {
   char* suffix = g_ftp_unique_name + length + 1;
   for (int n = 1; n <= kMaxTries; ++n) {
     std::snprintf(suffix, 3, "%d", n);
-    if (access(g_ftp_unique_name, F_OK) < 0) return g_ftp_unique_name;
+    // The buffer keeps the device name; only the test looks below the root.
+    if (access(platform::MapPath(g_ftp_unique_name).c_str(), F_OK) < 0) return g_ftp_unique_name;
   }
   std::printf("runique: can't find unique file name.\n");
   std::fflush(stdout);

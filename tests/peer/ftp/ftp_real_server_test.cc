@@ -3,9 +3,7 @@
 #include <dirent.h>
 #include <fcntl.h>
 #include <gtest/gtest.h>
-#include <signal.h>
 #include <sys/stat.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -19,11 +17,9 @@
 #include "ftp/ftplib_glob.h"
 #include "harness/capture.h"
 #include "harness/ftp_script_server.h"
+#include "pyftpd_server.h"
 
 namespace {
-
-constexpr const char* kPython = "/usr/bin/python3";
-constexpr const char* kLauncher = NXCGI_SOURCE_DIR "/tests/peer/ftp/pyftpd_launcher.py";
 
 std::string MakeTempDir() {
   char name[] = "/tmp/nxcgi-ftpd-XXXXXX";
@@ -88,45 +84,10 @@ class FtpRealServerTest : public ::testing::Test {
   }
 
   void StartServer() {
-    int to_child[2];
-    int from_child[2];
-    ASSERT_EQ(pipe(to_child), 0);
-    ASSERT_EQ(pipe(from_child), 0);
-    pid_ = fork();
-    ASSERT_GE(pid_, 0);
-    if (pid_ == 0) {
-      dup2(to_child[0], STDIN_FILENO);
-      dup2(from_child[1], STDOUT_FILENO);
-      close(to_child[0]);
-      close(to_child[1]);
-      close(from_child[0]);
-      close(from_child[1]);
-      execl(kPython, kPython, kLauncher, home_.c_str(), "cam", "secret", static_cast<char*>(nullptr));
-      _exit(127);
-    }
-    close(to_child[0]);
-    close(from_child[1]);
-    server_stdin_ = to_child[1];
-    char line[32] = {};
-    std::size_t used = 0;
-    while (used < sizeof line - 1) {
-      const ssize_t got = read(from_child[0], line + used, 1);
-      if (got <= 0 || line[used] == '\n') break;
-      ++used;
-    }
-    close(from_child[0]);
-    port_ = std::atoi(line);
+    port_ = server_.Start(home_, "cam", "secret");
     ASSERT_GT(port_, 0) << "pyftpdlib did not start (apt-get install python3-pyftpdlib)";
   }
-  void StopServer() {
-    if (server_stdin_ >= 0) close(server_stdin_);
-    server_stdin_ = -1;
-    if (pid_ > 0) {
-      kill(pid_, SIGTERM);
-      waitpid(pid_, nullptr, 0);
-    }
-    pid_ = -1;
-  }
+  void StopServer() { server_.Stop(); }
 
   ftp_session* Make() { return ftp_make("127.0.0.1", "cam", "secret", port_); }
   // A binary session in the wanted data connection mode.
@@ -142,9 +103,8 @@ class FtpRealServerTest : public ::testing::Test {
 
   std::string home_;
   std::string local_;
+  ftp_peer::PyFtpdServer server_;
   int port_ = 0;
-  pid_t pid_ = -1;
-  int server_stdin_ = -1;
   int descriptors_before_ = 0;
   int saved_stdin_ = -1;
 };

@@ -6,7 +6,7 @@ Usage: pyftpd_launcher.py HOME USER PASSWORD [PORT]
 
 Prints the port it listens on (one line) and serves until its standard input
 is closed or it is killed. USER/PASSWORD and anonymous may read and write in
-HOME.
+HOME; the user "reader" (password "reader") may only list and read.
 """
 import logging
 import os
@@ -27,6 +27,7 @@ def main():
     authorizer = DummyAuthorizer()
     authorizer.add_user(user, password, home, perm="elradfmwMT")
     authorizer.add_anonymous(home, perm="elradfmw")
+    authorizer.add_user("reader", "reader", home, perm="elr")
     handler = FTPHandler
     handler.authorizer = authorizer
     server = FTPServer(("127.0.0.1", port), handler)
