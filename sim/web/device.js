@@ -42,7 +42,10 @@ async function showFile() {
 
 async function showJournal() {
   const text = await fetchText("/cgi-bin/simstate.py?what=journal");
-  document.getElementById("journal-view").textContent = text || "(empty)";
+  const view = document.getElementById("journal-view");
+  const atEnd = view.scrollTop + view.clientHeight >= view.scrollHeight - 4;
+  view.textContent = text || "(empty)";
+  if (atEnd) view.scrollTop = view.scrollHeight;
 }
 
 async function refresh() {

@@ -38,8 +38,11 @@ function selectedIds() {
   };
   let module = stored("module", 0);
   let port = stored("port", 0);
-  if (typeof NXMODID === "number") module = NXMODID;
-  if (typeof PORTID === "number") port = PORTID;
+  // An answer of the device carries the ids of the request: keep them.
+  if (typeof NXMODID === "number" && NXMODID >= 0 && NXMODID <= 3) module = NXMODID;
+  if (typeof PORTID === "number" && PORTID >= 0 && PORTID <= 3) port = PORTID;
+  localStorage.setItem("sim.module", String(module));
+  localStorage.setItem("sim.port", String(port));
   return { module, port };
 }
 
@@ -144,7 +147,12 @@ function buildForm(form) {
     form.addEventListener("submit", (event) => {
       event.preventDefault();
       out.textContent = "...";
-      fetch(form.action, { method: "POST", body: new URLSearchParams(new FormData(form)) })
+      // The device reads a form only under exactly this content type (no charset).
+      fetch(form.action, {
+        method: "POST",
+        headers: { "Content-Type": "application/x-www-form-urlencoded" },
+        body: new URLSearchParams(new FormData(form)).toString(),
+      })
         .then((reply) => reply.text().then((text) => {
           out.textContent = "HTTP " + reply.status + "\n" + (text || "(empty answer)");
           refreshJournal();
