@@ -17,6 +17,19 @@ set -euo pipefail
 cd "$(dirname "$0")/.."
 repo=$PWD
 
+# The serial output service's queue has a fixed key; in an IPC namespace of
+# its own the simulator meets neither the peer tests nor another simulator
+# there, and the kernel drops its queues with the namespace. Where unshare is
+# not allowed, the machine's namespace is shared.
+if [ -z "${NXSIM_IPC_NAMESPACE:-}" ]; then
+  if unshare --ipc true 2>/dev/null; then
+    NXSIM_IPC_NAMESPACE=own exec unshare --ipc bash "$0" "$@"
+  elif unshare --user --map-root-user --ipc true 2>/dev/null; then
+    NXSIM_IPC_NAMESPACE=own exec unshare --user --map-root-user --ipc bash "$0" "$@"
+  fi
+  NXSIM_IPC_NAMESPACE=shared
+fi
+
 port=8080
 ftp_port=""
 reuse=0
@@ -142,7 +155,8 @@ stop_all() {
     wait "${pids[i]}" 2>/dev/null || true
   done
   # Whatever a killed daemon could not clean up itself.
-  if ipcs -q | awk '{print $1}' | grep -qix "$uart_key"; then ipcrm -Q "$uart_key" || true; fi
+  if [ -s "$run_dir/uartsvc.qid" ]; then ipcrm -q "$(cat "$run_dir/uartsvc.qid")" 2>/dev/null || true; fi
+  rm -f "$run_dir/uartsvc.qid"
   rm -f "$root/var/run/isensd.pid" "$root/var/run/nxcamctld.pid"
   if [ -n "$view_pid" ]; then
     sleep 0.2
@@ -157,7 +171,7 @@ trap 'stop_all' EXIT
 
 journal=$root/var/log/device.journal
 journal_start=$(($(wc -l < "$journal") + 1))
-start uartsvc "$python" sim/devices.py uartsvc "$root"
+start uartsvc "$python" sim/devices.py uartsvc "$root" "$run_dir/uartsvc.qid"
 start isensd "$python" sim/devices.py isensd "$root"
 start nxcamctld "$python" sim/devices.py nxcamctld "$root"
 start ftpd "$python" sim/devices.py ftpd "$root" "$ftp_dir" "$ftp_port" "$ftp_user" "$ftp_password"
@@ -165,8 +179,7 @@ start lighttpd /usr/sbin/lighttpd -D -f "$run_dir/lighttpd.conf"
 
 # Ready when the queue and the pid files exist and both servers answer.
 ready() {
-  ipcs -q | awk '{print $1}' | grep -qix "$uart_key" &&
-    [ -s "$root/var/run/isensd.pid" ] && [ -s "$root/var/run/nxcamctld.pid" ] &&
+  [ -s "$run_dir/uartsvc.qid" ] && [ -s "$root/var/run/isensd.pid" ] && [ -s "$root/var/run/nxcamctld.pid" ] &&
     tail -n +"$journal_start" "$journal" | grep -q "ftpd: started" &&
     "$python" -c 'import socket,sys; socket.create_connection(("127.0.0.1", int(sys.argv[1])), 1).close()' \
       "$port" 2>/dev/null
@@ -192,7 +205,7 @@ cat <<TEXT
    journal         $journal
    running
      lighttpd      pid ${pids[4]}  127.0.0.1:$port, mod_cgi runs $root/web/cgi-bin/*.cgi (links to nxcgi)
-     uartsvc       pid ${pids[0]}  serial output service on message queue $uart_key, echoes what it transmits
+     uartsvc       pid ${pids[0]}  serial output service on message queue $uart_key ($NXSIM_IPC_NAMESPACE IPC namespace), echoes what it transmits
      isensd        pid ${pids[1]}  sensor link daemon, /var/run/isensd.pid, journals its signals
      nxcamctld     pid ${pids[2]}  camera control daemon, /var/run/nxcamctld.pid, journals its signals
      ftpd          pid ${pids[3]}  FTP server 127.0.0.1:$ftp_port, user $ftp_user / $ftp_password, files in $ftp_dir

@@ -1,7 +1,7 @@
 #!/usr/bin/python3
 """Stand-ins for the daemons around nxcgi on the device, for the simulator.
 
-    devices.py uartsvc   ROOT           the serial output service (message queue)
+    devices.py uartsvc   ROOT QIDFILE   the serial output service (message queue)
     devices.py isensd    ROOT           the sensor link daemon (pid file, SIGUSR1)
     devices.py nxcamctld ROOT           the camera control daemon (pid file, signal 12)
     devices.py ftpd      ROOT DIR PORT USER PASSWD
@@ -13,10 +13,12 @@ SIGINT stop a daemon; it removes its pid file or message queue first.
 """
 import ctypes
 import datetime
+import errno
 import os
 import signal
 import struct
 import sys
+import time
 
 JOURNAL = "/var/log/device.journal"
 
@@ -69,7 +71,14 @@ def hex_bytes(data):
     return ",".join("0x%02x" % b for b in data) if data else "(none)"
 
 
-def run_uartsvc(root):
+def publish_queue_id(path, queue):
+    with open(path, "w") as out:
+        out.write("%d\n" % queue)
+
+
+def run_uartsvc(root, queue_id_file):
+    """Serves the request queue; its current id goes to queue_id_file, so
+    that whoever started it can remove it should this process be killed."""
     journal = Journal(root, "uartsvc")
     libc = ctypes.CDLL(None, use_errno=True)
     libc.msgget.argtypes = [ctypes.c_int, ctypes.c_int]
@@ -84,9 +93,10 @@ def run_uartsvc(root):
         sys.stderr.write("uartsvc: cannot create the request queue 0x%08x: %s%s\n" % (
             UART_REQUEST_KEY, os.strerror(err),
             " (another simulator or a test owns it; `ipcrm -Q 0x%08x` removes a stale one)" % UART_REQUEST_KEY
-            if err == 17 else ""))
+            if err == errno.EEXIST else ""))
         return 1
     stop_on_terminate()
+    publish_queue_id(queue_id_file, queue)
     journal("started, request queue 0x%08x (id %d)" % (UART_REQUEST_KEY, queue))
     # The C library's message buffer: a long type, then the text.
     long_size = ctypes.sizeof(ctypes.c_long)
@@ -96,10 +106,21 @@ def run_uartsvc(root):
             received = libc.msgrcv(queue, buffer, MSG_MAX_TEXT, 0, 0)
             if received < 0:
                 err = ctypes.get_errno()
-                if err == 4:  # EINTR: a signal; the handler decides
+                if err == errno.EINTR:  # a signal; the handler decides
                     continue
-                journal("receive failed: %s" % os.strerror(err))
-                return 1
+                if err not in (errno.EIDRM, errno.EINVAL):
+                    journal("receive failed: %s" % os.strerror(err))
+                    return 1
+                # Someone removed the queue (ipcrm, a test cleaning up):
+                # make it again as soon as the key is free.
+                journal("request queue removed by another process; waiting to make it again")
+                queue = -1
+                while queue < 0:
+                    time.sleep(0.5)
+                    queue = libc.msgget(UART_REQUEST_KEY, IPC_CREAT | IPC_EXCL | 0o666)
+                publish_queue_id(queue_id_file, queue)
+                journal("request queue 0x%08x made again (id %d)" % (UART_REQUEST_KEY, queue))
+                continue
             raw = buffer.raw
             msg_type = struct.unpack_from("l", raw, 0)[0]
             text = bytearray(raw[long_size:long_size + received].ljust(UART_TEXT_SIZE, b"\0"))
@@ -119,7 +140,12 @@ def run_uartsvc(root):
     except Stop:
         pass
     finally:
-        libc.msgctl(queue, IPC_RMID, None)
+        if queue >= 0:
+            libc.msgctl(queue, IPC_RMID, None)
+        try:
+            os.remove(queue_id_file)
+        except FileNotFoundError:
+            pass
         journal("stopped, request queue removed")
     return 0
 
@@ -208,8 +234,8 @@ def run_ftpd(root, directory, port, user, password):
 
 
 def main(argv):
-    if len(argv) >= 3 and argv[1] == "uartsvc":
-        return run_uartsvc(argv[2])
+    if len(argv) == 4 and argv[1] == "uartsvc":
+        return run_uartsvc(argv[2], argv[3])
     if len(argv) >= 3 and argv[1] == "isensd":
         return run_signal_daemon(argv[2], "isensd", "/var/run/isensd.pid")
     if len(argv) >= 3 and argv[1] == "nxcamctld":
