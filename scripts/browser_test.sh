@@ -45,6 +45,19 @@ status=0
 SIM_URL="http://127.0.0.1:$port" SIM_ROOT="$sim_dir/root" NXCONF="$build_dir/bin/nxconf" ARTIFACTS_DIR="$artifacts" \
   node --test --test-reporter=spec tests/browser/simulator.test.mjs || status=$?
 echo "== screenshots in $artifacts"
+
+# Stopping leaves nothing behind: no process, pid file or queue.
+started_pids=$(grep -o ' pid [0-9]*' "$log" | awk '{print $2}')
+stop_simulator
+trap - EXIT
+for pid in $started_pids; do
+  if kill -0 "$pid" 2>/dev/null; then echo "browser test: pid $pid still runs after the stop" >&2; status=1; fi
+done
+for left in "$sim_dir"/root/var/run/*.pid "$sim_dir/run/uartsvc.qid"; do
+  if [ -e "$left" ]; then echo "browser test: $left left behind" >&2; status=1; fi
+done
+grep -q "uartsvc: stopped, request queue removed" "$sim_dir/root/var/log/device.journal" ||
+  { echo "browser test: the serial output service did not remove its queue" >&2; status=1; }
 echo "== device journal of the run:"
 sed 's/^/   /' "$sim_dir/root/var/log/device.journal"
 exit $status

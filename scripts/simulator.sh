@@ -17,15 +17,18 @@ set -euo pipefail
 cd "$(dirname "$0")/.."
 repo=$PWD
 
+source scripts/lib/packages.sh
+ensure_packages "${NXCGI_BUILD_PACKAGES[@]}" "${NXCGI_SIM_PACKAGES[@]}"
+
 # The serial output service's queue has a fixed key; in an IPC namespace of
 # its own the simulator meets neither the peer tests nor another simulator
 # there, and the kernel drops its queues with the namespace. Where unshare is
 # not allowed, the machine's namespace is shared.
 if [ -z "${NXSIM_IPC_NAMESPACE:-}" ]; then
   if unshare --ipc true 2>/dev/null; then
-    NXSIM_IPC_NAMESPACE=own exec unshare --ipc bash "$0" "$@"
+    NXSIM_IPC_NAMESPACE=own exec unshare --ipc bash "$repo/scripts/simulator.sh" "$@"
   elif unshare --user --map-root-user --ipc true 2>/dev/null; then
-    NXSIM_IPC_NAMESPACE=own exec unshare --user --map-root-user --ipc bash "$0" "$@"
+    NXSIM_IPC_NAMESPACE=own exec unshare --user --map-root-user --ipc bash "$repo/scripts/simulator.sh" "$@"
   fi
   NXSIM_IPC_NAMESPACE=shared
 fi
@@ -50,8 +53,6 @@ while [ $# -gt 0 ]; do
   esac
 done
 
-source scripts/lib/packages.sh
-ensure_packages "${NXCGI_BUILD_PACKAGES[@]}" "${NXCGI_SIM_PACKAGES[@]}"
 
 build_dir=${NXCGI_BUILD_DIR:-build}
 sim_dir=${sim_dir:-$build_dir/sim}

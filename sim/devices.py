@@ -61,6 +61,10 @@ class Stop(Exception):
 
 def stop_on_terminate():
     def handler(signum, frame):
+        # Ctrl-C reaches the daemon and then the simulator's SIGTERM: the
+        # first one stops it, later ones must not cut the clean-up short.
+        signal.signal(signal.SIGTERM, signal.SIG_IGN)
+        signal.signal(signal.SIGINT, signal.SIG_IGN)
         raise Stop()
 
     signal.signal(signal.SIGTERM, handler)

@@ -126,12 +126,15 @@ describe("device simulator in Chromium", () => {
     await form.locator('[name="NxCgiVer"]').fill("2");
     await form.locator('[name="Subject"]').fill("never stored");
     const mark = journalLines().length;
-    const dialog = page.waitForEvent("dialog");
+    // The alert blocks the page until it is answered: answer it at once.
+    const alert = new Promise((resolve) => {
+      page.once("dialog", async (dialog) => {
+        resolve({ type: dialog.type(), message: dialog.message() });
+        await dialog.accept();
+      });
+    });
     await form.locator('button[type="submit"]').click();
-    const alert = await dialog;
-    assert.equal(alert.type(), "alert");
-    assert.equal(alert.message(), "nxmailsvcport.cgi Cgi Func:[] return ERROR!!!");
-    await alert.accept();
+    assert.deepEqual(await alert, { type: "alert", message: "nxmailsvcport.cgi Cgi Func:[] return ERROR!!!" });
     // The error page sends the browser back to the form.
     await page.waitForURL("**/mail.html");
     await ready();
