@@ -7,6 +7,7 @@ device's own names) that the pages use to show the current state.
                                                     `nxconf dump` of one binary file
     /cgi-bin/simstate.py?what=text&file=esmta.conf  one key=value text file
     /cgi-bin/simstate.py?what=journal               the device journal, as text
+    /cgi-bin/simstate.py?what=marks                 pid files and change marks, as JSON
 
 Files are named relative to /opt/vsb/etc/NxConf (binary files and
 camgpctl.conf) or /opt/vsb/etc (the other text files); nothing outside
@@ -53,6 +54,21 @@ def list_files():
     return answer("200 OK", "application/json", json.dumps({"binary": binary, "text": text}))
 
 
+# Files that daemons and handlers leave as signs: their text, or null.
+MARKS = ["/var/run/isensd.pid", "/var/run/nxcamctld.pid", "/tmp/NxConfChg", "/tmp/ChkPtzConfChg"]
+
+
+def marks():
+    state = {}
+    for device_path in MARKS:
+        try:
+            with open(ROOT + device_path, "rb") as source:
+                state[device_path] = source.read(256).decode("utf-8", "replace")
+        except OSError:
+            state[device_path] = None
+    return answer("200 OK", "application/json", json.dumps(state))
+
+
 def main():
     query = urllib.parse.parse_qs(os.environ.get("QUERY_STRING", ""))
     what = query.get("what", [""])[0]
@@ -72,6 +88,8 @@ def main():
             return answer("404 Not Found", "text/plain", "no such text file: %s\n" % name)
         with open(path, "rb") as source:
             return answer("200 OK", "text/plain; charset=utf-8", source.read())
+    if what == "marks":
+        return marks()
     if what == "journal":
         try:
             with open(ROOT + "/var/log/device.journal", "rb") as source:

@@ -48,8 +48,14 @@ async function showJournal() {
   if (atEnd) view.scrollTop = view.scrollHeight;
 }
 
+async function showMarks() {
+  const marks = await fetchJson("/cgi-bin/simstate.py?what=marks");
+  document.getElementById("marks-view").textContent = Object.entries(marks)
+    .map(([file, text]) => file + ": " + (text === null ? "(none)" : JSON.stringify(text))).join("\n");
+}
+
 async function refresh() {
-  await Promise.all([showFile(), showJournal()]).catch((error) => console.warn(error));
+  await Promise.all([showFile(), showMarks(), showJournal()]).catch((error) => console.warn(error));
 }
 
 document.addEventListener("DOMContentLoaded", async () => {

@@ -2,7 +2,7 @@
 // A form lists its handler's fields in data-fields; this script builds the
 // inputs, adds the module and port ids of the picker, RetPage back to the
 // page and the epilogue's SaveCfg switch, and fills the inputs from the
-// current configuration. An answer of the device is this page again,
+// current configuration (the epilogue's NxMkChg switch is there too). An answer of the device is this page again,
 // preceded by a script block that sets NXMODID and PORTID.
 //
 // data-fields tokens:  Name   Name=default   Name~ (multi-line)   Name@KEY
@@ -137,6 +137,8 @@ function buildForm(form) {
     hidden("RetPage", pagePath());
     const save = element("input", { type: "checkbox", name: "SaveCfg", value: "YES", checked: "" });
     controls.append(element("label", {}, save, " SaveCfg=YES"));
+    const mark = element("input", { type: "checkbox", name: "NxMkChg", value: "YES" });
+    controls.append(element("label", {}, mark, " NxMkChg=YES"));
   }
   const cgi = form.getAttribute("action").replace("/cgi-bin/", "");
   controls.append(element("button", { type: "submit" }, "Send to " + cgi));

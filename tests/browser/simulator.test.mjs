@@ -160,11 +160,35 @@ describe("device simulator in Chromium", () => {
     assert.ok(events.some((e) => /^uartsvc: replied on queue \d+: received 3 bytes 0x4e,0x58,0x37$/.test(e)), events.join("\n"));
   });
 
+  test("nxptzset.cgi restarts the serial service and signals the camera control daemon", async () => {
+    await page.goto(`${base}/ptz.html`);
+    await ready();
+    const form = page.locator("#nxptzset");
+    await form.locator('[name="PtzBaseAddr0"]').fill("3");
+    const mark = journalLines().length;
+    await Promise.all([
+      page.waitForURL("**/cgi-bin/nxptzset.cgi"),
+      form.locator('button[type="submit"]').click(),
+    ]);
+    await ready();
+    await screenshot("ptz-answer");
+    assert.equal(dump("PtzConf.bin").fields.Module0.PtzBaseAddr, 3);
+    assert.equal(fs.readFileSync(path.join(root, "tmp/ChkPtzConfChg"), "utf8"), "3\n");
+    // The daemon journals its signal by itself, so its line may come a
+    // little later than the commands of the request.
+    const signalLine = "nxcamctld: received signal 12 (SIGUSR2)";
+    for (let i = 0; i < 20 && !eventsSince(mark).includes(signalLine); ++i) await page.waitForTimeout(100);
+    const events = eventsSince(mark);
+    assert.deepEqual(events.filter((e) => e !== signalLine), ["/etc/init.d/uartsvc restart", "/usr/sbin/savecfg"]);
+    assert.equal(events.filter((e) => e === signalLine).length, 1);
+  });
+
   test("the device page shows the decoded file and the journal", async () => {
     await page.goto(`${base}/device.html?file=NxModId1/MailConf.bin`);
     await page.locator("#file-view").filter({ hasText: "Port2.ImageCount = 7" }).waitFor();
     await page.locator("#journal-view").filter({ hasText: "/usr/sbin/savecfg" }).waitFor();
     assert.match(await page.locator("#file-view").textContent(), /Port2\.Subject = "Gate 2 alarm"/);
+    await page.locator("#marks-view").filter({ hasText: "/tmp/ChkPtzConfChg: \"3\\n\"" }).waitFor();
     await screenshot("device");
   });
 
