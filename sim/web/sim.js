@@ -1,9 +1,10 @@
 // The simulator's pages: every form posts to a real CGI name of the device.
 // A form lists its handler's fields in data-fields; this script builds the
 // inputs, adds the module and port ids of the picker, RetPage back to the
-// page and the epilogue's SaveCfg switch, and fills the inputs from the
-// current configuration (the epilogue's NxMkChg switch is there too). An answer of the device is this page again,
-// preceded by a script block that sets NXMODID and PORTID.
+// page and the epilogue's SaveCfg and NxMkChg switches, and fills the inputs
+// from the current configuration. An answer of the device is this page
+// again, preceded by a script block that sets NXMODID and PORTID. Forms with
+// data-answer="text" are sent by fetch and show the answer below them.
 //
 // data-fields tokens:  Name   Name=default   Name~ (multi-line)   Name@KEY
 // (the key of the form's text file)   Name! (never filled from the file)
