@@ -87,6 +87,11 @@ rm -f "$root"/var/run/*.pid
 # nxcgi and its 37 names, from the install step (the names come from the
 # handler table); then the pages and the state window.
 DESTDIR=$root cmake --install "$build_dir" >/dev/null
+if [ ! -L "$root/web/cgi-bin/nxmailsvcport.cgi" ]; then
+  echo "simulator: the CGI links did not land in /web/cgi-bin of the device root;" >&2
+  echo "  $build_dir is configured with another NXCGI_CGI_BIN_DIR (use NXCGI_BUILD_DIR=another-build-dir)" >&2
+  exit 1
+fi
 cp sim/web/* "$root/web/"
 install -m 755 sim/simstate.py "$root/web/cgi-bin/simstate.py"
 
