@@ -3,7 +3,7 @@
 # stand-ins for the device's daemons and a local FTP server, and plain pages
 # to drive every CGI name from a browser.
 #
-#   bash scripts/simulator.sh [--port N] [--ftp-port N] [--reuse] [--dir DIR]
+#   bash scripts/simulator.sh [--port N] [--ftp-port N] [--reuse] [--dir DIR] [--quiet]
 #
 #   --port N      web server port on 127.0.0.1 (default 8080)
 #   --ftp-port N  FTP server port on 127.0.0.1 (default: a free one)
@@ -16,6 +16,10 @@
 set -euo pipefail
 cd "$(dirname "$0")/.."
 repo=$PWD
+
+for arg in "$@"; do
+  case $arg in -h|--help) sed -n '2,15p' "$0" | sed 's/^# \{0,1\}//'; exit 0 ;; esac
+done
 
 source scripts/lib/packages.sh
 ensure_packages "${NXCGI_BUILD_PACKAGES[@]}" "${NXCGI_SIM_PACKAGES[@]}"
@@ -48,7 +52,6 @@ while [ $# -gt 0 ]; do
     --dir) sim_dir=$2; shift 2 ;;
     --dir=*) sim_dir=${1#*=}; shift ;;
     --quiet) quiet=1; shift ;;
-    -h|--help) sed -n '2,15p' "$0" | sed 's/^# \{0,1\}//'; exit 0 ;;
     *) echo "simulator: unknown argument '$1' (--help lists them)" >&2; exit 2 ;;
   esac
 done
