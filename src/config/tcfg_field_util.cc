@@ -78,35 +78,32 @@ int LoadIntFieldOfTcfg(Tcfg* cfg, const char* name, int32_t* value) {
   return 1;
 }
 
-int LoadUIntFieldOfTcfg(Tcfg* cfg, const char* name, uint32_t* value) {
+namespace {
+
+// The narrower loads go through LoadIntFieldOfTcfg and store only on
+// success; `function` and `line` name the caller in the diagnostic.
+template <typename T>
+int LoadNarrowed(const char* function, int line, Tcfg* cfg, const char* name, T* value) {
   if (value == nullptr) {
-    NX_DIAG(kSource, "%s\n", "argument is NULL");
+    NX_DIAG_AT(kSource, function, line, "%s\n", "argument is NULL");
     return 0;
   }
   int32_t loaded = 0;
   if (LoadIntFieldOfTcfg(cfg, name, &loaded) == 0) return 0;
-  *value = static_cast<uint32_t>(loaded);
+  *value = static_cast<T>(loaded);
   return 1;
+}
+
+}  // namespace
+
+int LoadUIntFieldOfTcfg(Tcfg* cfg, const char* name, uint32_t* value) {
+  return LoadNarrowed(__func__, __LINE__, cfg, name, value);
 }
 
 int LoadUShortFieldOfTcfg(Tcfg* cfg, const char* name, uint16_t* value) {
-  if (value == nullptr) {
-    NX_DIAG(kSource, "%s\n", "argument is NULL");
-    return 0;
-  }
-  int32_t loaded = 0;
-  if (LoadIntFieldOfTcfg(cfg, name, &loaded) == 0) return 0;
-  *value = static_cast<uint16_t>(loaded);
-  return 1;
+  return LoadNarrowed(__func__, __LINE__, cfg, name, value);
 }
 
 int LoadShortFieldOfTcfg(Tcfg* cfg, const char* name, int16_t* value) {
-  if (value == nullptr) {
-    NX_DIAG(kSource, "%s\n", "argument is NULL");
-    return 0;
-  }
-  int32_t loaded = 0;
-  if (LoadIntFieldOfTcfg(cfg, name, &loaded) == 0) return 0;
-  *value = static_cast<int16_t>(static_cast<uint16_t>(loaded));
-  return 1;
+  return LoadNarrowed(__func__, __LINE__, cfg, name, value);
 }

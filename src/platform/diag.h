@@ -5,6 +5,12 @@
 
 #include <cstdio>
 
+#define NX_DIAG_AT(source, function, line, ...)                    \
+  do {                                                             \
+    std::fprintf(stderr, "[%s:%s(%d)]\t", function, source, line); \
+    std::fprintf(stderr, __VA_ARGS__);                             \
+  } while (0)
+
 #define NX_DIAG(source, ...)                                           \
   do {                                                                 \
     std::fprintf(stderr, "[%s:%s(%d)]\t", __func__, source, __LINE__); \

@@ -278,43 +278,16 @@ TEST_F(FtpHandlers, BinGetRefusesValuesLongerThanTheirSlots) {
 
 // --- nxftpmkdir.cgi ------------------------------------------------------------
 
-struct SchemeCase {
-  int scheme;
-  std::vector<std::string> dirs;
-};
-
-std::vector<std::string> Numbered(const char* format, int first, int last) {
-  std::vector<std::string> names;
-  for (int n = first; n <= last; ++n) {
-    char name[16];
-    std::snprintf(name, sizeof name, format, n);
-    names.push_back(name);
-  }
-  return names;
-}
-
-std::vector<std::string> Days() {
-  std::vector<std::string> names{"1st", "2nd", "3rd"};
-  for (const std::string& name : Numbered("%dth", 4, 31)) names.push_back(name);
-  return names;
-}
-
 std::vector<std::string> Sorted(std::vector<std::string> names) {
   std::sort(names.begin(), names.end());
   return names;
 }
 
 TEST_F(FtpHandlers, MkDirMakesEverySchemeInTheBaseDirectory) {
-  const SchemeCase cases[] = {
-      {1, Numbered("CAM%d", 1, 6)},
-      {4, {"SUN", "MON", "TUE", "WED", "THU", "FRI", "SAT"}},
-      {8, {"Jan", "Feb", "Mar", "Apr", "May", "Jun", "Jul", "Aug", "Sep", "Oct", "Nov", "Dec"}},
-      {16, Days()},
-      {32, Numbered("%02d", 0, 23)},
-  };
-  ASSERT_EQ(Days().size(), 31u);
+  const std::vector<ftp_peer::SchemeCase> cases = ftp_peer::NamingSchemes();
+  ASSERT_EQ(cases[3].dirs.size(), 31u);
   int module = 0;
-  for (const SchemeCase& c : cases) {
+  for (const ftp_peer::SchemeCase& c : cases) {
     for (const std::string mode : {"sig", "dur"}) {
       SCOPED_TRACE(mode + " " + std::to_string(c.scheme));
       const std::string base = mode + std::to_string(c.scheme);
@@ -392,7 +365,7 @@ TEST_F(FtpHandlers, MkDirServerNameScheme) {
 TEST_F(FtpHandlers, MkDirWithEmptyBaseDirWorksInTheLoginDirectory) {
   PointService(0, "dur", "", 1);
   EXPECT_EQ(Get("nxftpmkdir.cgi", "NxModId=0&NxCgiVer=1&FtpMode=dur").out, kHtmlHeader);
-  EXPECT_EQ(ListDir(home_), Numbered("CAM%d", 1, 6));
+  EXPECT_EQ(ListDir(home_), ftp_peer::Numbered("CAM%d", 1, 6));
 }
 
 TEST_F(FtpHandlers, MkDirMissingBaseDirFails) {
@@ -426,7 +399,7 @@ TEST_F(FtpHandlers, MkDirRequestFailures) {
   EXPECT_EQ(ListDir(home_), std::vector<std::string>{});
   // The low 16 bits name the module.
   EXPECT_EQ(Get("nxftpmkdir.cgi", "NxModId=0x10001&NxCgiVer=0x10001&FtpMode=sig").out, kHtmlHeader);
-  EXPECT_EQ(ListDir(home_), Numbered("CAM%d", 1, 6));
+  EXPECT_EQ(ListDir(home_), ftp_peer::Numbered("CAM%d", 1, 6));
 }
 
 TEST_F(FtpHandlers, MkDirServiceFileProblems) {

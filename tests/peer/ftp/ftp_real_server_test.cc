@@ -188,32 +188,9 @@ TEST_F(FtpRealServerTest, DirectoryOperations) {
   EXPECT_EQ(ListDir(home_), std::vector<std::string>{});
 }
 
-struct SchemeCase {
-  int scheme;
-  std::vector<std::string> dirs;
-};
-
-std::vector<std::string> Numbered(const char* format, int first, int last) {
-  std::vector<std::string> names;
-  for (int n = first; n <= last; ++n) {
-    char name[16];
-    std::snprintf(name, sizeof name, format, n);
-    names.push_back(name);
-  }
-  return names;
-}
-
 TEST_F(FtpRealServerTest, MkdirsMakesEveryNamingScheme) {
-  std::vector<std::string> days{"1st", "2nd", "3rd"};
-  for (const std::string& day : Numbered("%dth", 4, 31)) days.push_back(day);
-  const SchemeCase cases[] = {
-      {1, Numbered("CAM%d", 1, 6)},
-      {4, {"SUN", "MON", "TUE", "WED", "THU", "FRI", "SAT"}},
-      {8, {"Jan", "Feb", "Mar", "Apr", "May", "Jun", "Jul", "Aug", "Sep", "Oct", "Nov", "Dec"}},
-      {16, days},
-      {32, Numbered("%02d", 0, 23)},
-  };
-  for (const SchemeCase& c : cases) {
+  const std::vector<ftp_peer::SchemeCase> cases = ftp_peer::NamingSchemes();
+  for (const ftp_peer::SchemeCase& c : cases) {
     SCOPED_TRACE(c.scheme);
     const std::string base = "base" + std::to_string(c.scheme);
     ASSERT_EQ(mkdir((home_ + "/" + base).c_str(), 0755), 0);
@@ -223,7 +200,7 @@ TEST_F(FtpRealServerTest, MkdirsMakesEveryNamingScheme) {
     ftp_close(s);
     EXPECT_EQ(ListDir(home_ + "/" + base), Sorted(c.dirs));
   }
-  EXPECT_EQ(days.size(), 31u);
+  EXPECT_EQ(cases[3].dirs.size(), 31u);
 }
 
 TEST_F(FtpRealServerTest, MkdirsStopsWhenADirectoryExists) {

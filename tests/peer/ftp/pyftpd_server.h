@@ -6,8 +6,10 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <cstdio>
 #include <cstdlib>
 #include <string>
+#include <vector>
 
 namespace ftp_peer {
 
@@ -78,5 +80,33 @@ class PyFtpdServer {
   int stdin_ = -1;
   int port_ = 0;
 };
+
+// The directories each naming scheme of ftp_mkdirs makes, in order.
+struct SchemeCase {
+  int scheme;
+  std::vector<std::string> dirs;
+};
+
+inline std::vector<std::string> Numbered(const char* format, int first, int last) {
+  std::vector<std::string> names;
+  for (int n = first; n <= last; ++n) {
+    char name[16];
+    std::snprintf(name, sizeof name, format, n);
+    names.push_back(name);
+  }
+  return names;
+}
+
+inline std::vector<SchemeCase> NamingSchemes() {
+  std::vector<std::string> days{"1st", "2nd", "3rd"};
+  for (const std::string& day : Numbered("%dth", 4, 31)) days.push_back(day);
+  return {
+      {1, Numbered("CAM%d", 1, 6)},
+      {4, {"SUN", "MON", "TUE", "WED", "THU", "FRI", "SAT"}},
+      {8, {"Jan", "Feb", "Mar", "Apr", "May", "Jun", "Jul", "Aug", "Sep", "Oct", "Nov", "Dec"}},
+      {16, days},
+      {32, Numbered("%02d", 0, 23)},
+  };
+}
 
 }  // namespace ftp_peer
