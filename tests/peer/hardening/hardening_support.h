@@ -6,6 +6,7 @@
 #include <dirent.h>
 #include <unistd.h>
 
+#include <cstdlib>
 #include <string>
 #include <utility>
 #include <vector>
@@ -75,6 +76,36 @@ inline std::vector<std::string> TempFiles(const std::string& host_directory) {
   closedir(dir);
   return names;
 }
+
+// Sets TMPDIR (where sandboxes are made) for its lifetime; empty leaves it.
+class ScopedTmpdir {
+ public:
+  explicit ScopedTmpdir(const std::string& directory) {
+    if (directory.empty()) return;
+    if (const char* old = std::getenv("TMPDIR")) old_ = old;
+    had_old_ = std::getenv("TMPDIR") != nullptr;
+    setenv("TMPDIR", directory.c_str(), 1);
+    set_ = true;
+  }
+  ~ScopedTmpdir() {
+    if (!set_) return;
+    if (had_old_) {
+      setenv("TMPDIR", old_.c_str(), 1);
+    } else {
+      unsetenv("TMPDIR");
+    }
+  }
+  ScopedTmpdir(const ScopedTmpdir&) = delete;
+  ScopedTmpdir& operator=(const ScopedTmpdir&) = delete;
+
+ private:
+  std::string old_;
+  bool had_old_ = false;
+  bool set_ = false;
+};
+
+// /dev/shm when it is a writable directory, else "".
+inline std::string SandboxOnTmpfs() { return access("/dev/shm", W_OK | X_OK) == 0 ? "/dev/shm" : ""; }
 
 // Why strace can't be used here, or "" when it can.
 inline std::string StraceUnusable() {
