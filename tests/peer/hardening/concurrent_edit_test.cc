@@ -195,6 +195,57 @@ TEST_F(ConcurrentEdits, EveryFieldOfEveryProcessTakesEffect) {
       failed_requests, reads, bad, regressions);
 }
 
+// The text path: four processes each setting their own key of one text file
+// through the text configuration library. Values grow from one digit to
+// three, so the file's size changes under the waiting processes: each must
+// read the file its lock guards, whole.
+constexpr const char* kTextConf = "/opt/vsb/etc/esmta.conf";
+constexpr int kTextEditsPerWorker = 60;
+
+bool HasLine(const std::string& text, const std::string& line) {
+  return ("\n" + text).find("\n" + line + "\n") != std::string::npos;
+}
+
+int EditKey(const harness::SandboxRoot& root, int worker) {
+  const std::string key = "KEY" + std::to_string(worker);
+  int failures = 0, lost = 0;
+  for (int i = 1; i <= kTextEditsPerWorker; ++i) {
+    const std::string value = std::to_string(i * 11);
+    if (hardening::Run(hardening::TcfgEdit(root, kTextConf, key, value)).exit_status != 0) ++failures;
+    if (!HasLine(root.ReadFile(kTextConf), key + "=" + value)) ++lost;
+  }
+  std::FILE* out = std::fopen(root.Host(WorkerResult(worker)).c_str(), "w");
+  if (out == nullptr) return 1;
+  std::fprintf(out, "%d %d\n", failures, lost);
+  std::fclose(out);
+  return 0;
+}
+
+TEST_F(ConcurrentEdits, TextFileEditsOfDifferentKeysAllTakeEffect) {
+  root.WriteFile(kTextConf, "# transmitter\r\nKEY0=0\r\nKEY1=0\r\nKEY2=0\r\nKEY3=0\r\nEND=yes\r\n");
+  const auto start = std::chrono::steady_clock::now();
+  std::vector<pid_t> workers;
+  for (int worker = 0; worker < kWorkers; ++worker) workers.push_back(Fork(EditKey, root, worker));
+  for (const pid_t worker : workers) ASSERT_EQ(ExitCode(worker), 0);
+  const double elapsed = Seconds(start);
+  int failed = 0, lost = 0;
+  for (int worker = 0; worker < kWorkers; ++worker) {
+    int worker_failed = -1, worker_lost = -1;
+    std::sscanf(root.ReadFile(WorkerResult(worker)).c_str(), "%d %d", &worker_failed, &worker_lost);
+    failed += worker_failed;
+    lost += worker_lost;
+  }
+  const std::string last = std::to_string(kTextEditsPerWorker * 11);
+  EXPECT_EQ(root.ReadFile(kTextConf), "# transmitter\nKEY0=" + last + "\nKEY1=" + last + "\nKEY2=" + last +
+                                          "\nKEY3=" + last + "\nEND=yes\n");
+  EXPECT_EQ(failed, 0);
+  EXPECT_EQ(lost, 0);
+  EXPECT_EQ(hardening::TempFiles(root.Host("/opt/vsb/etc")), std::vector<std::string>{});
+  std::printf(
+      "[ figures  ] text file: %d processes x %d edits = %d edits in %.2f s, edits lost %d, failed %d\n",
+      kWorkers, kTextEditsPerWorker, kWorkers * kTextEditsPerWorker, elapsed, lost, failed);
+}
+
 // A request started with its output thrown away, to be killed.
 pid_t StartRequest(const harness::SandboxRoot& root, const std::string& query) {
   std::vector<std::string> env = {"GATEWAY_INTERFACE=CGI/1.1", "REQUEST_METHOD=GET", "QUERY_STRING=" + query,
