@@ -17,7 +17,8 @@
 // same process would wait for itself forever). The lock ends when the save
 // has renamed the new file into place, when the editing object is freed, or
 // when the process ends. Readers that never write (catalogues, the FTP
-// server name, the FTP directory operation) do not lock.
+// directory operation) do not lock, or give the lock up at once. No request
+// edits two files, so no two requests can wait for each other.
 #pragma once
 
 #include <sys/types.h>
