@@ -59,7 +59,9 @@ bool WaitForLock(int fd) {
 int LockFileForEdit(const char* device_path) {
   const HostPath host = MapPath(device_path);
   for (int attempt = 0; attempt < kMaxLockAttempts; ++attempt) {
-    const int fd = open(host.c_str(), O_RDONLY | O_CLOEXEC);
+    // O_NONBLOCK: a pipe or device put where a file belongs must not hang
+    // the request in open(); for a regular file it changes nothing.
+    const int fd = open(host.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
     if (fd < 0) return -1;
     struct stat opened;
     if (fstat(fd, &opened) != 0) {
