@@ -18,6 +18,8 @@
 #include <string>
 #include <vector>
 
+#include "config/tcfg_util.h"
+#include "harness/capture.h"
 #include "platform/command.h"
 #include "platform/file_lock.h"
 #include "unit/config/cfg_root_fixture.h"
@@ -166,6 +168,29 @@ TEST_F(ConfigWriteTest, OneLockPerFileEndsWithTheSave) {
   errno = 0;
   EXPECT_EQ(platform::LockFileForEdit("/cfgtest/missing.conf"), -1);
   EXPECT_EQ(errno, ENOENT);
+}
+
+TEST_F(ConfigWriteTest, TextObjectsHoldTheLockUntilSavedOrFreed) {
+  sandbox_.WriteFile(kConf, "A=1\n");
+  Tcfg* saved = new_cfg(kConf);
+  ASSERT_NE(saved, nullptr);
+  EXPECT_EQ(platform::HeldFileLockCount(), 1);
+  ASSERT_EQ(load_cfg(saved), 1);
+  ASSERT_EQ(set_value(saved, "A", "2"), 0);
+  EXPECT_EQ(save_cfg(saved), 0);
+  EXPECT_EQ(platform::HeldFileLockCount(), 0);
+  free_cfg(saved);
+
+  free_cfg(new_cfg(kConf));
+  EXPECT_EQ(platform::HeldFileLockCount(), 0);
+
+  // Refused for its long path after the lock was taken: the lock goes too.
+  const std::string long_path = "/cfgtest/" + std::string(250, 'd') + "/x.conf";
+  sandbox_.WriteFile(long_path, "A=1\n");
+  const harness::Captured refused =
+      harness::CaptureStdio([&] { EXPECT_EQ(new_cfg(long_path.c_str()), nullptr); });
+  EXPECT_NE(refused.err.find("so long file path"), std::string::npos);
+  EXPECT_EQ(platform::HeldFileLockCount(), 0);
 }
 
 // Another process waiting for the lock while this one saves gets the lock
