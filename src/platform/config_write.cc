@@ -158,9 +158,10 @@ TempFile CreateTemp(const SplitPath& split, mode_t mode) {
 // permission bits. fchmod comes last: a change of owner clears set-id bits.
 bool KeepAttributes(int fd, const struct stat& old) {
   if (old.st_uid != geteuid() || old.st_gid != getegid()) {
-    if (fchown(fd, old.st_uid, old.st_gid) != 0) {
-      // Only a privileged process may give a file away; the file then
-      // belongs to the writer, as a file it created would.
+    // Only a privileged process may give a file away; another keeps at least
+    // the group where it is a member, and the file then belongs to the
+    // writer, as a file it created would.
+    if (fchown(fd, old.st_uid, old.st_gid) != 0 && fchown(fd, static_cast<uid_t>(-1), old.st_gid) != 0) {
     }
   }
   return fchmod(fd, old.st_mode & 07777) == 0;

@@ -87,6 +87,18 @@ TEST_F(ConfigWriteTest, OldFileIsReplacedAndKeepsItsMode) {
   }
 }
 
+TEST_F(ConfigWriteTest, OwnerIsKeptWhereTheProcessMayGiveFilesAway) {
+  if (geteuid() != 0) GTEST_SKIP() << "only a privileged process may give a file away";
+  sandbox_.WriteFile(kConf, "old\n", 0640);
+  ASSERT_EQ(chown(sandbox_.Host(kConf).c_str(), 1234, 4321), 0);
+  EXPECT_EQ(Write(kConf, "new\n"), WriteStatus::kOk);
+  struct stat status;
+  ASSERT_EQ(stat(sandbox_.Host(kConf).c_str(), &status), 0);
+  EXPECT_EQ(status.st_uid, 1234u);
+  EXPECT_EQ(status.st_gid, 4321u);
+  EXPECT_EQ(status.st_mode & 07777, 0640u);
+}
+
 TEST_F(ConfigWriteTest, SymbolicLinksAreFollowedAndStay) {
   sandbox_.WriteFile("/data/real.conf", "old\n", 0604);
   ASSERT_EQ(symlink("../data/real.conf", sandbox_.Host("/cfgtest/rel.conf").c_str()), 0);
