@@ -10,6 +10,7 @@
 #include <string_view>
 
 #include "platform/config_write.h"
+#include "platform/file_lock.h"
 #include "platform/fixed_text.h"
 #include "platform/host_root.h"
 #include "platform/text_view.h"
@@ -26,12 +27,31 @@ CfgPath CfgDirPath(int module_id) {
   return path;
 }
 
+CfgPath CfgFilePath(int module_id, const char* file_name) {
+  CfgPath path = CfgDirPath(module_id);
+  path.Append("/");
+  path.Append(file_name);
+  return path;
+}
+
 bool DirectoryOpens(const char* device_path) {
   const platform::HostPath host = platform::MapPath(device_path);
   DIR* dir = opendir(host.c_str());
   if (dir == nullptr) return false;
   closedir(dir);
   return true;
+}
+
+// Reads from the start of the file, whatever the descriptor's position.
+int ReadFromStart(int fd, std::span<std::uint8_t> buffer) {
+  std::size_t count = 0;
+  while (count < buffer.size()) {
+    const ssize_t got = pread(fd, buffer.data() + count, buffer.size() - count, static_cast<off_t>(count));
+    if (got < 0 && errno == EINTR) continue;
+    if (got <= 0) break;
+    count += static_cast<std::size_t>(got);
+  }
+  return static_cast<int>(count);
 }
 
 }  // namespace
@@ -57,22 +77,28 @@ int MakeCfgDirPath(const char* device_path) {
 }
 
 int CfgFileRead(int module_id, const char* file_name, std::span<std::uint8_t> buffer) {
-  CfgPath path = CfgDirPath(module_id);
-  path.Append("/");
-  path.Append(file_name);
+  CfgPath path = CfgFilePath(module_id, file_name);
   if (path.overflow()) return -1;
   const platform::HostPath host = platform::MapPath(path.view());
   const int fd = open(host.c_str(), O_RDONLY | O_CLOEXEC);
   if (fd < 0) return -1;
-  std::size_t count = 0;
-  while (count < buffer.size()) {
-    const ssize_t got = read(fd, buffer.data() + count, buffer.size() - count);
-    if (got < 0 && errno == EINTR) continue;
-    if (got <= 0) break;
-    count += static_cast<std::size_t>(got);
-  }
+  const int count = ReadFromStart(fd, buffer);
   close(fd);
-  return static_cast<int>(count);
+  return count;
+}
+
+int CfgFileReadForEdit(int module_id, const char* file_name, std::span<std::uint8_t> buffer) {
+  CfgPath path = CfgFilePath(module_id, file_name);
+  if (path.overflow()) return -1;
+  const int locked = platform::LockFileForEdit(path.c_str());
+  // No lock to be had (ENOLCK): read as an unlocked process would.
+  if (locked < 0) return errno == ENOLCK ? CfgFileRead(module_id, file_name, buffer) : -1;
+  return ReadFromStart(locked, buffer);
+}
+
+void CfgFileEndEdit(int module_id, const char* file_name) {
+  const CfgPath path = CfgFilePath(module_id, file_name);
+  if (!path.overflow()) platform::UnlockFile(path.c_str());
 }
 
 int CfgFileWrite(int module_id, const char* file_name, std::span<const std::uint8_t> bytes) {

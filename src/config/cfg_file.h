@@ -16,6 +16,15 @@ inline constexpr int kCfgRootModule = -1;
 // read (0..size), or -1 when the file can't be opened. Prints nothing.
 int CfgFileRead(int module_id, const char* file_name, std::span<std::uint8_t> buffer);
 
+// CfgFileRead of a file the caller is going to rewrite: the file is locked
+// for the edit first (platform/file_lock.h) and read through the locked
+// descriptor, so that the save that follows writes over exactly what was
+// read. The lock ends with the save (or the process).
+int CfgFileReadForEdit(int module_id, const char* file_name, std::span<std::uint8_t> buffer);
+
+// Ends the edit lock of CfgFileReadForEdit without saving.
+void CfgFileEndEdit(int module_id, const char* file_name);
+
 // Creates the module directory (and missing parents) when needed, then
 // creates or truncates the file and writes the bytes: bytes.size() on
 // success, -1 on failure ("dir %s make error\n" or " File %s is not opened

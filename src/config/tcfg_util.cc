@@ -14,6 +14,7 @@
 #include "front/nx_cgi_util.h"
 #include "platform/config_write.h"
 #include "platform/diag.h"
+#include "platform/file_lock.h"
 #include "platform/host_root.h"
 
 namespace {
@@ -113,11 +114,23 @@ Tcfg* new_cfg(const char* path, int create_flag) {
       return nullptr;
     }
   }
+  // An object is made to edit its file: hold the file's edit lock until the
+  // save (or free_cfg), and take the size of the file the lock guards, which
+  // another request's save may have replaced while this one waited.
+  // A lock taken here with no object made to end it is given up at once.
+  const int locks_before = platform::HeldFileLockCount();
+  const int locked = platform::LockFileForEdit(path);
+  if (locked >= 0) fstat(locked, &status);
+  const auto give_up_lock = [&] {
+    if (platform::HeldFileLockCount() > locks_before)
+      platform::UnlockFileIdentity(status.st_dev, status.st_ino);
+  };
   Tcfg* cfg = static_cast<Tcfg*>(std::calloc(1, sizeof(Tcfg)));
   // A file too big for the 32-bit size cannot get its content buffer either.
   if (cfg == nullptr || status.st_size < 0 || static_cast<uint64_t>(status.st_size) >= UINT32_MAX) {
     std::free(cfg);
     NX_DIAG(kSource, "%s\n", "malloc error");
+    give_up_lock();
     return nullptr;
   }
   cfg->size = static_cast<uint32_t>(status.st_size);
@@ -125,6 +138,7 @@ Tcfg* new_cfg(const char* path, int create_flag) {
   if (path_length > kMaxPathLength) {
     NX_DIAG(kSource, "so long file path\n");
     std::free(cfg);
+    give_up_lock();
     return nullptr;
   }
   std::memcpy(cfg->path, path, path_length + 1);
@@ -132,6 +146,7 @@ Tcfg* new_cfg(const char* path, int create_flag) {
   if (cfg->content == nullptr) {
     NX_DIAG(kSource, "%s\n", "malloc error");
     std::free(cfg);
+    give_up_lock();
     return nullptr;
   }
   return cfg;
@@ -221,6 +236,9 @@ int save_cfg(Tcfg* cfg) {
 
 void free_cfg(Tcfg* cfg) {
   if (cfg == nullptr) return;
+  // Not saved (or saved, and the lock already went with the old file): no
+  // edit of the file follows from this object.
+  if (cfg->path[0] != '\0') platform::UnlockFile(cfg->path);
   for (char* line : cfg->owned) std::free(line);
   std::free(cfg->content);
   std::free(cfg);

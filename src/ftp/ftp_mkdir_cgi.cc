@@ -138,6 +138,9 @@ int NxCgi_FtpMkDirCgifunc(char* err_msg) {
     std::snprintf(err_msg, kCgiErrMsgSize, "LoadSvcCfgFile(%d,SSVCID_SFTP) ERROR", module_id);
     return -1;
   }
+  // The service file is only read: let the requests that edit it go on
+  // while the FTP session runs.
+  EndSvcCfgEdit(module_id, service->service_id);
   ServiceLogin login{};
   if (!ReadServiceLogin(*service, SvcImage(service->service_id), &login, err_msg)) return -1;
 

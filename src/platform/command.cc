@@ -28,6 +28,13 @@ ShellCommand& ShellCommand::Path(std::string_view device_path) {
 
 int RunCommand(const ShellCommand& command) {
   if (command.overflow()) return -1;
+  // The web server puts a request's "Proxy:" header into HTTP_PROXY, where
+  // every HTTP client a command runs would take it for its proxy: a client
+  // could send the device's own requests through a host of its choice. The
+  // system never sets a proxy, so the variable is dropped (with its lower
+  // case form) and the rest of the environment stays as it is.
+  unsetenv("HTTP_PROXY");
+  unsetenv("http_proxy");
   std::fflush(stdout);
   std::fflush(stderr);
   return g_runner(command.device_text(), command.host_text());

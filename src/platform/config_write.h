@@ -1,6 +1,21 @@
 // The one function through which every configuration file (binary and text)
 // is written, so that how files are replaced on storage is decided in one
 // place.
+//
+// A file is never rewritten in place: the new contents go to a temporary
+// file in the same directory, which is flushed to storage and then renamed
+// over the file, and the directory is flushed too. A daemon reading the file
+// meanwhile, a failed write, or a power cut therefore leaves either the old
+// file or the new one, never a mix or a truncated file. A symbolic link at
+// the path is followed and the file it leads to is replaced (the link
+// stays); the permission bits (and, where the process may, the owner) of
+// the old file are kept; a new file gets 0666 less the umask.
+//
+// Temporary files are named ".<file>.nxcgi-tmp.<pid>" (a counter is added
+// when that name is taken). Every failure the process sees removes its
+// temporary file; a process killed in the middle of a save can leave one
+// behind, which never replaces the file, and the next save of the same file
+// removes it once its process is gone.
 #pragma once
 
 #include <cstddef>
@@ -9,13 +24,18 @@ namespace platform {
 
 enum class WriteStatus {
   kOk,
-  kOpenFailed,   // the file could not be created or truncated; errno is kept
-  kWriteFailed,  // nothing, or less than asked, reached the file
+  kOpenFailed,   // the file or its temporary could not be created; errno is kept
+  kWriteFailed,  // writing, flushing or renaming failed: the old file is whole
 };
 
-// Creates or truncates the file at the device path (mapped below the host
-// root) with mode 0666 less the umask and writes the bytes. On kOpenFailed
-// errno tells why.
+// Replaces the file at the device path (mapped below the host root) by the
+// bytes. On kOpenFailed errno tells why (a directory at the path gives
+// EISDIR, a missing directory ENOENT, a file the process may not write
+// EACCES, as opening it for writing would). After a successful save this
+// process's edit lock on the old file (see file_lock.h) is released.
 WriteStatus WriteConfigFile(const char* device_path, const void* bytes, std::size_t size);
+
+// The marker inside temporary file names (tests look for leftovers).
+inline constexpr const char* kTempFileMarker = ".nxcgi-tmp.";
 
 }  // namespace platform

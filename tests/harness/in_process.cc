@@ -6,6 +6,7 @@
 #include "cgi/cgi_request.h"
 #include "front/dispatcher.h"
 #include "platform/command.h"
+#include "platform/file_lock.h"
 #include "platform/sleep.h"
 
 namespace harness {
@@ -36,6 +37,7 @@ void AddStateReset(StateReset reset) { Resets().push_back(reset); }
 void ResetProcessState() {
   CgiFreeForm();
   std::memset(CgiErrMsgBuffer(), 0, kCgiErrMsgSize);
+  platform::UnlockAllFiles();
   for (StateReset reset : Resets()) reset();
 }
 

@@ -50,7 +50,7 @@ void ApplySetting(std::span<uint8_t> record, const SettingRow& row) {
 int NxCgi_UartOutSetFunc(char*) {
   CgiPrintContentType("text/html");
   if (!FormVersionOk()) return -1;
-  if (CfgFileRead(kCfgRootModule, kUartOutFile, g_uart_out_image) !=
+  if (CfgFileReadForEdit(kCfgRootModule, kUartOutFile, g_uart_out_image) !=
       static_cast<int>(sizeof g_uart_out_image)) {
     return -1;
   }

@@ -27,7 +27,7 @@ uint8_t g_rdsk_buff_image[config::kRdskBuffConf.size];
 uint8_t g_dial_up_image[config::kDialUpConf.size];
 
 bool ReadWhole(int module, const char* file_name, std::span<uint8_t> image) {
-  return CfgFileRead(module, file_name, image) == static_cast<int>(image.size());
+  return CfgFileReadForEdit(module, file_name, image) == static_cast<int>(image.size());
 }
 
 void Write(int module, const char* file_name, std::span<const uint8_t> image) {

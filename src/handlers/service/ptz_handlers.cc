@@ -58,7 +58,8 @@ int ReadLow16(const char* name) {
 }
 
 bool LoadPtzConf() {
-  return CfgFileRead(kCfgRootModule, kPtzConfFile, g_ptz_image) == static_cast<int>(sizeof g_ptz_image);
+  return CfgFileReadForEdit(kCfgRootModule, kPtzConfFile, g_ptz_image) ==
+         static_cast<int>(sizeof g_ptz_image);
 }
 
 bool SavePtzConf(const WorkingCopy& copy) {

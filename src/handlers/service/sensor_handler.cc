@@ -111,7 +111,7 @@ FieldSet SelectFieldSet(std::span<uint8_t> conf) {
 int NxCgi_SensorSetCgifunc(char*) {
   CgiPrintContentType("text/html");
   if (!FormVersionOk()) return -1;
-  if (CfgFileRead(kCfgRootModule, kSensorConfFile, g_sensor_image) !=
+  if (CfgFileReadForEdit(kCfgRootModule, kSensorConfFile, g_sensor_image) !=
       static_cast<int>(sizeof g_sensor_image)) {
     return -1;
   }
