@@ -24,5 +24,5 @@ printf '%s' "$request" | env -i PATH="$PATH" NXCGI_ROOT="$root" REQUEST_METHOD=P
   bash -c "exec -a /cgi-bin/$name '$build_dir/bin/nxcgi'" || status=$?
 echo
 echo "== exit status: $status"
-echo "== commands run (journal of the stub commands):"
-cat "$root/var/log/commands.journal" 2>/dev/null || echo "(none)"
+echo "== device journal (what the stub commands saw):"
+cat "$root/var/log/device.journal" 2>/dev/null || echo "(none)"

@@ -17,3 +17,8 @@ ensure_packages() {
 # What building and testing needs on a fresh Debian machine.
 NXCGI_BUILD_PACKAGES=(g++ cmake ninja-build libgtest-dev libgmock-dev libbenchmark-dev)
 NXCGI_TEST_PACKAGES=(netbase python3-pyftpdlib curl strace)
+# What the device simulator needs (scripts/simulator.sh).
+NXCGI_SIM_PACKAGES=(lighttpd python3 python3-pyftpdlib util-linux procps)
+# What the browser test needs besides: Debian's Chromium (the test drives it
+# with playwright-core from npm, installed by npm ci).
+NXCGI_BROWSER_PACKAGES=(chromium fonts-dejavu-core)

@@ -15,7 +15,7 @@
 // the names from these lines. A null handler answers "NOT Found Cgi Func".
 constexpr CgiHandlerEntry kCgiHandlerTable[] = {
     {"nxuartset.cgi", NxCgi_UartSetFunc},
-    {"nxuoutset.cgi", nullptr},
+    {"nxuoutset.cgi", NxCgi_UartOutSetFunc},
     {"nxuoutctr.cgi", NxCgi_UartOutCtrFunc},
     {"nxptzset.cgi", NxCgi_PtzConfSetCgifunc},
     {"nxptzmodset.cgi", NxCgi_PtzModSetCgifunc},
@@ -47,8 +47,8 @@ constexpr CgiHandlerEntry kCgiHandlerTable[] = {
     {"nxdosyscmd.cgi", NxCgi_DoSysCmdFunc},
     {"nxevtnote.cgi", NxCgi_EvtNoteFunc},
     {"nxcamgpctl.cgi", NxCgi_CamGpCtlFunc},
-    {"nxesmtaset.cgi", nullptr},
-    {"nxisensconf.cgi", nullptr},
+    {"nxesmtaset.cgi", NxCgi_EsmtaSetFunc},
+    {"nxisensconf.cgi", NxCgi_IsensConf},
     {"nxsettextfile.cgi", NxCgi_SetTextFileFunc},
     {"nxchghwoption.cgi", NxCgi_ChgHwOptionFunc},
     {nullptr, nullptr},

@@ -17,4 +17,10 @@ std::string NxconfBinary();
 // sandbox's stub commands are kept.
 void MakeDeviceRoot(SandboxRoot& sandbox);
 
+// A sandbox root that starts as the factory-default device tree.
+class DeviceRoot : public SandboxRoot {
+ public:
+  DeviceRoot() { MakeDeviceRoot(*this); }
+};
+
 }  // namespace harness

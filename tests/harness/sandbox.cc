@@ -72,7 +72,7 @@ void SandboxRoot::Remove(std::string_view device_path) const {
 void SandboxRoot::InstallStub(std::string_view device_path) const {
   std::ostringstream script;
   script << "#!/bin/sh\n"
-         << "line='" << device_path << "'\n"
+         << "line=\"$(date -u +%Y-%m-%dT%H:%M:%S.%6NZ) " << device_path << "\"\n"
          << "for arg in \"$@\"; do line=\"$line $arg\"; done\n"
          << "printf '%s\\n' \"$line\" >> \"$NXCGI_ROOT" << kCommandJournal << "\"\n";
   WriteFile(device_path, script.str(), 0755);
@@ -81,7 +81,10 @@ void SandboxRoot::InstallStub(std::string_view device_path) const {
 std::vector<std::string> SandboxRoot::Journal() const {
   std::vector<std::string> lines;
   std::istringstream in(ReadFile(kCommandJournal));
-  for (std::string line; std::getline(in, line);) lines.push_back(line);
+  for (std::string line; std::getline(in, line);) {
+    const std::size_t blank = line.find(' ');
+    lines.push_back(blank == std::string::npos ? line : line.substr(blank + 1));
+  }
   return lines;
 }
 

@@ -1,8 +1,10 @@
 // A temporary device root for NXCGI_ROOT: the directories the system expects
 // and stub executables for the fixed commands (save command, init scripts,
-// flash utility, apply tool). Each stub appends its device path and
-// arguments as one line to the command journal, so tests assert what ran
-// and in which order.
+// flash utility, apply tool). Each stub appends a line to the device
+// journal: a UTC time stamp, a blank, its device path and arguments. Tests
+// assert what ran and in which order through Journal(), which drops the
+// time stamps. The simulator's device root (scripts/lib/make_device_root.sh)
+// writes the same format to the same file.
 #pragma once
 
 #include <string>
@@ -12,7 +14,7 @@
 namespace harness {
 
 // Device path of the journal the stubs append to.
-inline constexpr const char* kCommandJournal = "/var/log/commands.journal";
+inline constexpr const char* kCommandJournal = "/var/log/device.journal";
 
 class SandboxRoot {
  public:
@@ -33,7 +35,8 @@ class SandboxRoot {
 
   // A stub executable at the device path that journals its calls.
   void InstallStub(std::string_view device_path) const;
-  // Journal lines, oldest first: "<device path> <arg> <arg>...".
+  // Journal lines, oldest first, without their time stamps:
+  // "<device path> <arg> <arg>...".
   std::vector<std::string> Journal() const;
 
  private:

@@ -2,11 +2,13 @@
 #include <cstdio>
 
 #include "cgi/cgi_request.h"
+#include "config/tcfg_owner.h"
 #include "front/handler_table.h"
 #include "front/nx_cgi_util.h"
 #include "handlers/device/device_handlers.h"
 #include "handlers/device/gpio_lines.h"
 #include "handlers/form_fields.h"
+#include "platform/command.h"
 #include "platform/sleep.h"
 
 namespace {
@@ -58,15 +60,47 @@ int RunDeviceMode(const OpModeRow& row, char* err_msg) {
   return 0;
 }
 
-// The settings mode: FLK, AGC, BLC and ELC of camgpctl.conf from CamGpioFlk,
-// CamGpioAgc, CamGpioBlc and CamGpioElc, then "/opt/vsb/bin/camgpctl".
+constexpr const char* kSettingsFile = "/opt/vsb/etc/NxConf/camgpctl.conf";
+
+struct SettingRow {
+  const char* form_name;
+  const char* key;
+};
+
+// Applied in this order; a key the file lacks is not added.
+constexpr SettingRow kSettings[] = {
+    {"CamGpioFlk", "FLK"},
+    {"CamGpioAgc", "AGC"},
+    {"CamGpioBlc", "BLC"},
+    {"CamGpioElc", "ELC"},
+};
+
+// Stores the given switches; false when the file could not be read, and
+// then nothing is written (saving an object without rows would empty it).
+bool StoreSettings() {
+  TcfgOwner cfg(new_cfg(kSettingsFile, 0));
+  if (cfg.get() == nullptr) {
+    std::fputs("Failed to create cfg", stderr);
+    return false;
+  }
+  if (load_cfg(cfg.get()) < 0) return false;
+  for (const SettingRow& row : kSettings) {
+    char value[kFieldSize];
+    if (ReadGivenField(row.form_name, value)) set_value(cfg.get(), row.key, value);
+  }
+  save_cfg(cfg.get());
+  return true;
+}
+
+// The settings mode: the four camera switches stored in camgpctl.conf as
+// submitted, then the apply tool run. Fails with an empty error buffer.
 int RunSettingsMode() {
   CgiPrintContentType("text/html");
-  // TODO(camgpctl.conf): store the four settings through the text
-  // configuration library once it is in the tree (nothing saved when
-  // load_cfg fails), run the apply tool and return 1. Until then the
-  // settings mode fails and leaves the file untouched.
-  return -1;
+  if (!StoreSettings()) return -1;
+  platform::ShellCommand apply;
+  apply.Path("/opt/vsb/bin/camgpctl").Text(" >/dev/null");
+  platform::RunCommand(apply);
+  return 1;
 }
 
 }  // namespace

@@ -4,9 +4,9 @@
 #include <string>
 
 #include "harness/bytes.h"
+#include "harness/device_root.h"
 #include "harness/expected_pages.h"
 #include "harness/process.h"
-#include "harness/sandbox.h"
 
 namespace {
 
@@ -33,7 +33,7 @@ class BufferSettings : public testing::TestWithParam<BufferCase> {};
 
 TEST_P(BufferSettings, Answer) {
   const BufferCase& c = GetParam();
-  harness::SandboxRoot root;
+  harness::DeviceRoot root;
   Bytes start = harness::PatternBytes(c.size);
   if (std::string(c.file) == kRdsk) {
     for (uint32_t i = 0; i < 4; ++i) harness::PutU32(start, 4 * i, 7 + i);

@@ -5,9 +5,9 @@
 #include <string>
 
 #include "harness/bytes.h"
+#include "harness/device_root.h"
 #include "harness/expected_pages.h"
 #include "harness/process.h"
-#include "harness/sandbox.h"
 
 namespace {
 
@@ -72,7 +72,7 @@ class ConditionRecords : public testing::TestWithParam<ConditionCase> {};
 
 TEST_P(ConditionRecords, EditOneRecord) {
   const ConditionCase& c = GetParam();
-  harness::SandboxRoot root;
+  harness::DeviceRoot root;
   const Bytes start = harness::PatternBytes(kServices[c.service].size, 5);
   root.WriteFile(FilePath(c.service), start);
 
@@ -134,7 +134,7 @@ INSTANTIATE_TEST_SUITE_P(
     [](const auto& info) { return std::string(info.param.test_name); });
 
 TEST(ConditionRecords, VersionIsCheckedAndModuleRange) {
-  harness::SandboxRoot root;
+  harness::DeviceRoot root;
   const Bytes start = harness::PatternBytes(704);
   root.WriteFile("/opt/vsb/etc/NxConf/NxModId3/CallConf.bin", start);
   for (const char* form :

@@ -10,9 +10,9 @@
 #include <vector>
 
 #include "harness/bytes.h"
+#include "harness/device_root.h"
 #include "harness/expected_pages.h"
 #include "harness/process.h"
-#include "harness/sandbox.h"
 
 namespace {
 
@@ -69,9 +69,12 @@ class PtzSet : public testing::TestWithParam<PtzCase> {};
 
 TEST_P(PtzSet, StoresSettingsAndModelDefaults) {
   const PtzCase& c = GetParam();
-  harness::SandboxRoot root;
+  harness::DeviceRoot root;
   const Bytes start = PtzStart();
   root.WriteFile(kPtzConf, start);
+  // The factory catalogues give way to the case's own, or to none.
+  root.Remove("/opt/vsb/etc/NxConf/PtzModel.bin");
+  root.Remove("/web/img/PtzModel.bin");
   if (!c.catalogue.empty()) root.WriteFile("/opt/vsb/etc/NxConf/PtzModel.bin", c.catalogue);
   if (!c.factory_catalogue.empty()) root.WriteFile("/web/img/PtzModel.bin", c.factory_catalogue);
 
@@ -177,7 +180,7 @@ INSTANTIATE_TEST_SUITE_P(Cases, PtzSet,
                          [](const auto& info) { return std::string(info.param.test_name); });
 
 TEST(PtzSet, ControlModeAndModuleFlagsAndAddresses) {
-  harness::SandboxRoot root;
+  harness::DeviceRoot root;
   const Bytes start = PtzStart();
   root.WriteFile(kPtzConf, start);
   EXPECT_EQ(harness::PostCgi(
@@ -197,7 +200,7 @@ TEST(PtzSet, ControlModeAndModuleFlagsAndAddresses) {
 }
 
 TEST(PtzSet, NotifiesTheCameraControlDaemonWithSignal12) {
-  harness::SandboxRoot root;
+  harness::DeviceRoot root;
   root.WriteFile(kPtzConf, PtzStart());
   sigset_t signals;
   sigemptyset(&signals);
@@ -221,7 +224,7 @@ TEST(PtzSet, NotifiesTheCameraControlDaemonWithSignal12) {
 }
 
 TEST(PtzSet, UnusablePidFileIsLoggedAndTheRequestSucceeds) {
-  harness::SandboxRoot root;
+  harness::DeviceRoot root;
   root.WriteFile(kPtzConf, PtzStart());
   root.WriteFile("/var/run/nxcamctld.pid", "none\n");
   const harness::ProcessResult result = harness::PostCgi("nxptzset.cgi", "NxCgiVer=1", root.path());
@@ -230,7 +233,7 @@ TEST(PtzSet, UnusablePidFileIsLoggedAndTheRequestSucceeds) {
 }
 
 TEST(PtzSet, FailuresLeaveTheFileAndRunNothing) {
-  harness::SandboxRoot root;
+  harness::DeviceRoot root;
   const Bytes start = PtzStart();
   root.WriteFile(kPtzConf, start.substr(0, kPtzConfSize - 1));
   EXPECT_EQ(harness::PostCgi("nxptzset.cgi", "NxCgiVer=1&PtzCtlMode=1", root.path()).out,
@@ -244,7 +247,7 @@ TEST(PtzSet, FailuresLeaveTheFileAndRunNothing) {
 }
 
 TEST(PtzModSet, ChangesOnlyThatModule) {
-  harness::SandboxRoot root;
+  harness::DeviceRoot root;
   const Bytes start = PtzStart();
   root.WriteFile(kPtzConf, start);
   EXPECT_EQ(harness::PostCgi("nxptzmodset.cgi", "NxCgiVer=1&NxModId=2&PtzBaseAddr=5", root.path()).out,
@@ -261,7 +264,7 @@ TEST(PtzModSet, ChangesOnlyThatModule) {
 }
 
 TEST(PtzPortSet, PresetNamesOfOnePort) {
-  harness::SandboxRoot root;
+  harness::DeviceRoot root;
   const Bytes start = PtzStart();
   root.WriteFile(kPtzConf, start);
   const std::string form =
@@ -276,7 +279,7 @@ TEST(PtzPortSet, PresetNamesOfOnePort) {
 }
 
 TEST(PtzPortSet, InvalidIdsArePrintedInThePage) {
-  harness::SandboxRoot root;
+  harness::DeviceRoot root;
   const Bytes start = PtzStart();
   root.WriteFile(kPtzConf, start);
   EXPECT_EQ(
@@ -319,11 +322,13 @@ class SensorSet : public testing::TestWithParam<SensorCase> {};
 
 TEST_P(SensorSet, WritesTheFieldSetOfTheModelType) {
   const SensorCase& c = GetParam();
-  harness::SandboxRoot root;
+  harness::DeviceRoot root;
   Bytes start = harness::PatternBytes(160);
   harness::PutU32(start, 4, static_cast<uint32_t>(c.stored_model));
   harness::PutString(start, 40, "init");
   root.WriteFile(kSensorConf, start);
+  root.Remove("/opt/vsb/etc/NxConf/SensorModel.bin");
+  root.Remove("/web/img/SensorModel.bin");
   if (!c.catalogue.empty()) root.WriteFile("/opt/vsb/etc/NxConf/SensorModel.bin", c.catalogue);
 
   const harness::ProcessResult result = harness::PostCgi("nxsnsset.cgi", "NxCgiVer=1&" + c.form, root.path());
@@ -429,7 +434,7 @@ INSTANTIATE_TEST_SUITE_P(
     [](const auto& info) { return std::string(info.param.test_name); });
 
 TEST(SensorSet, FailuresLeaveTheFileAndRestartNothing) {
-  harness::SandboxRoot root;
+  harness::DeviceRoot root;
   root.WriteFile(kSensorConf, harness::PatternBytes(159));
   EXPECT_EQ(harness::PostCgi("nxsnsset.cgi", "NxCgiVer=1&LowerLimit=1", root.path()).out,
             kHeader + ErrorPage("nxsnsset.cgi", ""));

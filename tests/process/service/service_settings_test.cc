@@ -6,9 +6,9 @@
 #include <string>
 
 #include "harness/bytes.h"
+#include "harness/device_root.h"
 #include "harness/expected_pages.h"
 #include "harness/process.h"
-#include "harness/sandbox.h"
 
 namespace {
 
@@ -77,7 +77,7 @@ std::string FilePath(const ServiceFile& file, int module) {
 
 TEST_P(ServiceSettings, ChangesExactlyTheGivenFields) {
   const ServiceCase& c = GetParam();
-  harness::SandboxRoot root;
+  harness::DeviceRoot root;
   Bytes start = StartImage(c.file);
   if (c.file_size != 0) start = harness::PatternBytes(c.file_size);
   // Every module has its file, so a request for the wrong module would show.
@@ -311,7 +311,8 @@ INSTANTIATE_TEST_SUITE_P(
     [](const auto& info) { return std::string(info.param.test_name); });
 
 TEST(ServiceSettings, MissingFileFailsEveryHandlerOfTheService) {
-  harness::SandboxRoot root;
+  harness::DeviceRoot root;
+  root.Remove("/opt/vsb/etc/NxConf/NxModId2/ImgHoldConf.bin");
   for (const char* cgi : {"nxiholdsvc.cgi", "nxiholdsvcport.cgi"}) {
     const harness::ProcessResult result =
         harness::PostCgi(cgi, "NxModId=2&NxCgiVer=1&PortId=0&EnableSvc=1&PauseTime=1", root.path());
@@ -321,7 +322,7 @@ TEST(ServiceSettings, MissingFileFailsEveryHandlerOfTheService) {
 }
 
 TEST(ServiceSettings, TypicalMailPortRequestSavesAndReturnsThePage) {
-  harness::SandboxRoot root;
+  harness::DeviceRoot root;
   const Bytes start = StartImage(kMail);
   root.WriteFile(FilePath(kMail, 1), start);
   root.WriteFile("/web/mail.html", "<p>mail</p>\n");
