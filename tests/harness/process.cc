@@ -6,6 +6,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
@@ -25,8 +26,42 @@ Pipe MakePipe() {
   return {fds[0], fds[1]};
 }
 
+// NXCGI_EXEC_WRAPPER (e.g. "qemu-arm -L /usr/arm-linux-gnueabihf") runs the
+// built executables of a cross build where the kernel cannot run them itself:
+// the wrapper gets "-0 ARGV0 PATH ARGS...", so the program still sees the CGI
+// name as its argv[0].
+std::vector<std::string> WrappedArguments(const std::string& path, const std::vector<std::string>& argv) {
+  std::vector<std::string> wrapped;
+  const char* wrapper = std::getenv("NXCGI_EXEC_WRAPPER");
+  if (wrapper == nullptr) return wrapped;
+  const std::string words = wrapper;
+  std::size_t start = 0;
+  while (start < words.size()) {
+    const std::size_t end = std::min(words.find(' ', start), words.size());
+    if (end > start) wrapped.push_back(words.substr(start, end - start));
+    start = end + 1;
+  }
+  if (wrapped.empty()) return wrapped;
+  wrapped.push_back("-0");
+  wrapped.push_back(argv.at(0));
+  wrapped.push_back(path);
+  wrapped.insert(wrapped.end(), argv.begin() + 1, argv.end());
+  return wrapped;
+}
+
+std::vector<char*> PointersOf(const std::vector<std::string>& texts) {
+  std::vector<char*> pointers;
+  for (const std::string& text : texts) pointers.push_back(const_cast<char*>(text.c_str()));
+  pointers.push_back(nullptr);
+  return pointers;
+}
+
 ProcessResult Spawn(const std::string& path, const std::vector<std::string>& argv,
                     const std::vector<std::string>& environment, const std::string& input) {
+  const std::vector<std::string> wrapped = WrappedArguments(path, argv);
+  std::vector<char*> args = PointersOf(argv);
+  std::vector<char*> wrapped_args = PointersOf(wrapped);
+  std::vector<char*> envp = PointersOf(environment);
   Pipe in = MakePipe();
   Pipe out = MakePipe();
   Pipe err = MakePipe();
@@ -36,13 +71,9 @@ ProcessResult Spawn(const std::string& path, const std::vector<std::string>& arg
     dup2(in.read_end, STDIN_FILENO);
     dup2(out.write_end, STDOUT_FILENO);
     dup2(err.write_end, STDERR_FILENO);
-    std::vector<char*> args;
-    for (const std::string& arg : argv) args.push_back(const_cast<char*>(arg.c_str()));
-    args.push_back(nullptr);
-    std::vector<char*> envp;
-    for (const std::string& var : environment) envp.push_back(const_cast<char*>(var.c_str()));
-    envp.push_back(nullptr);
     execve(path.c_str(), args.data(), envp.data());
+    // A binary of another machine: run it through the wrapper.
+    if (errno == ENOEXEC && !wrapped.empty()) execvpe(wrapped_args[0], wrapped_args.data(), envp.data());
     _exit(127);
   }
   close(in.read_end);

@@ -4,6 +4,8 @@
 
 #include <cstdio>
 #include <cstdlib>
+#include <span>
+#include <string_view>
 
 #include "cgi/cgi_request.h"
 #include "config/cfg_file.h"
@@ -62,9 +64,26 @@ bool LoadPtzConf() {
          static_cast<int>(sizeof g_ptz_image);
 }
 
+bool WritePtzConf() { return CfgFileWrite(kCfgRootModule, kPtzConfFile, g_ptz_image) >= 0; }
+
 bool SavePtzConf(const WorkingCopy& copy) {
   copy.StoreInto(g_ptz_image);
-  return CfgFileWrite(kCfgRootModule, kPtzConfFile, g_ptz_image) >= 0;
+  return WritePtzConf();
+}
+
+// The preset index that a form name "PresetName<i>" gives, <i> written as
+// "%u" writes it and below count; -1 for any other name.
+int PresetIndexOf(std::string_view name, uint32_t count) {
+  constexpr std::string_view kPrefix = "PresetName";
+  if (!name.starts_with(kPrefix)) return -1;
+  const std::string_view digits = name.substr(kPrefix.size());
+  if (digits.empty() || digits.size() > 9 || (digits.size() > 1 && digits[0] == '0')) return -1;
+  uint32_t index = 0;
+  for (const char digit : digits) {
+    if (digit < '0' || digit > '9') return -1;
+    index = index * 10 + static_cast<uint32_t>(digit - '0');
+  }
+  return index < count ? static_cast<int>(index) : -1;
 }
 
 struct ModelDefaults {
@@ -202,19 +221,28 @@ int NxCgi_PtzPortSetCgifunc(char*) {
     return 0;
   }
   if (!LoadPtzConf()) return -1;
-  WorkingCopy copy(g_ptz_image);
-  if (!copy.ok()) return -1;
   const FieldRef names = Module(module).Then(kPorts.At(static_cast<uint32_t>(port))).Then(kPresetNames);
-  for (uint32_t i = 0; i < names.count; ++i) {
-    char form_name[32];
-    std::snprintf(form_name, sizeof form_name, "PresetName%u", i);
+  // The working copy holds the port's names only, not the whole file (256 KiB).
+  const std::span<uint8_t> port_names =
+      std::span(g_ptz_image).subspan(names.offset, names.count * names.stride);
+  WorkingCopy copy(port_names);
+  if (!copy.ok()) return -1;
+  FieldRef copy_names = names;
+  copy_names.offset = 0;
+  // A form names a few of the 256 presets: walk the form rather than look up
+  // every name. The first field of a name is the one that counts.
+  for (const CgiFormEntry* entry = CgiFormHead(); entry != nullptr; entry = entry->next) {
+    const int index = PresetIndexOf(entry->name, names.count);
+    if (index < 0 || CgiFindEntry(entry->name) != entry) continue;
     char value[128];
-    const int result = CgiGetField(form_name, value, sizeof value);
+    const int result = CgiGetField(entry->name, value, sizeof value);
+    const FieldRef name = copy_names.At(static_cast<uint32_t>(index));
     if (result == CGI_FIELD_OK) {
-      config::StoreText(copy.bytes(), names.At(i), value);  // 64 characters or more are ignored
+      config::StoreText(copy.bytes(), name, value);  // 64 characters or more are ignored
     } else if (result == CGI_FIELD_EMPTY) {
-      config::ClearField(copy.bytes(), names.At(i));
+      config::ClearField(copy.bytes(), name);
     }
   }
-  return SavePtzConf(copy) ? 1 : -1;
+  copy.StoreInto(port_names);
+  return WritePtzConf() ? 1 : -1;
 }
