@@ -17,6 +17,7 @@
 #include "handlers/service/model_catalogue.h"
 #include "platform/command.h"
 #include "platform/host_root.h"
+#include "platform/text_view.h"
 
 namespace {
 
@@ -76,7 +77,7 @@ bool SavePtzConf(const WorkingCopy& copy) {
 int PresetIndexOf(std::string_view name, uint32_t count) {
   constexpr std::string_view kPrefix = "PresetName";
   if (!name.starts_with(kPrefix)) return -1;
-  const std::string_view digits = name.substr(kPrefix.size());
+  const std::string_view digits = platform::From(name, kPrefix.size());
   if (digits.empty() || digits.size() > 9 || (digits.size() > 1 && digits[0] == '0')) return -1;
   uint32_t index = 0;
   for (const char digit : digits) {
