@@ -67,6 +67,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, std::size_t size) {
   const std::span<const uint8_t> bytes(data + 2, size - 2);
 
   CheckWalk(bytes, c.fixed_size, c.size_offset);
+  fuzz::EnterSandbox();
 
   const std::string root_copy = std::string("/opt/vsb/etc/NxConf/") + c.file_name;
   const std::string factory_copy = std::string("/web/img/") + c.file_name;
@@ -87,5 +88,6 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, std::size_t size) {
   CgiDispatch(1, argv);
   fuzz::ResetProductState();
   fuzz::RestoreSandbox();
+  fuzz::LeaveSandbox();
   return 0;
 }

@@ -36,6 +36,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, std::size_t size) {
   const CgiHandlerEntry& row = rows[data[0] % rows.size()];
   if (std::strcmp(row.name, "nxuoutctr.cgi") == 0 && msgget(kUartOutQueueKey, 0) >= 0) return 0;
 
+  fuzz::EnterSandbox();
   fuzz::ResetProductState();
   if (CgiParseForm(reinterpret_cast<const char*>(data + 1), size - 1) == 0 && fuzz::GuardForm()) {
     char argv0[64];
@@ -45,5 +46,6 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, std::size_t size) {
   }
   fuzz::ResetProductState();
   fuzz::RestoreSandbox();
+  fuzz::LeaveSandbox();
   return 0;
 }

@@ -46,6 +46,7 @@ struct Sandbox {
   std::unordered_map<std::string, SavedFile> files;  // by path below the root
   std::unordered_set<std::string> dirs;
   int refusing_socket = -1;
+  int outside_dir = -1;  // the working directory libFuzzer knows
   char refusing_port[8] = {};
 };
 
@@ -260,7 +261,8 @@ void SetUpSandbox() {
                           "/scratch"}) {
     mkdir((sandbox.root + dir).c_str(), 0755);
   }
-  if (chdir((sandbox.root + "/scratch").c_str()) != 0) Fail("chdir");
+  sandbox.outside_dir = open(".", O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+  if (sandbox.outside_dir < 0) Fail("open .");
   setenv("NXCGI_ROOT", sandbox.root.c_str(), 1);
 
   platform::SetCommandRunner(CountCommand);
@@ -281,6 +283,14 @@ void ResetProductState() {
   std::memset(CgiErrMsgBuffer(), 0, kCgiErrMsgSize);
   std::fflush(stdout);
   std::fflush(stderr);
+}
+
+void EnterSandbox() {
+  if (chdir((TheSandbox().root + "/scratch").c_str()) != 0) Fail("chdir");
+}
+
+void LeaveSandbox() {
+  if (fchdir(TheSandbox().outside_dir) != 0) Fail("fchdir");
 }
 
 void RestoreSandbox() {

@@ -4,8 +4,8 @@
 // that an input behaves the same whatever ran before it.
 //
 // What keeps a run inside the sandbox:
-// - NXCGI_ROOT maps every absolute device path below the root, and the
-//   working directory is a scratch directory in it (for relative paths);
+// - NXCGI_ROOT maps every absolute device path below the root, and during a
+//   run the working directory is a scratch directory in it (relative paths);
 // - inputs whose form texts hold ".." are not run (they would climb out);
 // - the pid files whose numbers the handlers signal are directories, so that
 //   they can be neither written nor read;
@@ -27,6 +27,11 @@ const char* RefusingPortText();
 
 // Puts the process-wide state of the product back as a new process has it.
 void ResetProductState();
+// A run's working directory is the scratch directory of the root; outside
+// runs it is the one the process started in (libFuzzer's corpus and
+// artifact paths are relative to it).
+void EnterSandbox();
+void LeaveSandbox();
 // Undoes every change a run made below the root.
 void RestoreSandbox();
 

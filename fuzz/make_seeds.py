@@ -22,7 +22,7 @@ def write(harness, name, data):
 
 def cgi_names():
     text = open(os.path.join(ROOT, "src/front/handler_table.cc")).read()
-    return re.findall(r'\{"([a-z]+\.cgi)", ', text)
+    return re.findall(r'^\s+\{"([a-z]+\.cgi)", ', text, re.M)
 
 
 def page_fields():

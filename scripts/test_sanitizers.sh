@@ -1,0 +1,23 @@
+#!/usr/bin/env bash
+# Builds everything with AddressSanitizer and UndefinedBehaviorSanitizer in
+# build-asan/ and runs the whole test suite there (the browser test aside):
+# the in-process tests run sanitized, and so does every nxcgi process the
+# process-level and peer tests start, since they run the nxcgi of the same
+# build directory. A finding ends the process that has it, which fails its
+# test. Extra arguments go to ctest.
+set -euo pipefail
+cd "$(dirname "$0")/.."
+source scripts/lib/packages.sh
+ensure_packages "${NXCGI_BUILD_PACKAGES[@]}" "${NXCGI_TEST_PACKAGES[@]}" "${NXCGI_SANITIZER_PACKAGES[@]}"
+
+build_dir=${NXCGI_ASAN_BUILD_DIR:-build-asan}
+cmake -S . -B "$build_dir" -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo -DNXCGI_SANITIZE=ON >/dev/null
+ninja -C "$build_dir" -j2
+
+# Leaks are findings too; the first finding of any kind ends the process
+# with a failure status, in the test binaries and in every nxcgi they start.
+export ASAN_OPTIONS=${ASAN_OPTIONS:-detect_leaks=1:abort_on_error=0:halt_on_error=1:detect_stack_use_after_return=1:strict_string_checks=1:check_initialization_order=1}
+export UBSAN_OPTIONS=${UBSAN_OPTIONS:-print_stacktrace=1:halt_on_error=1}
+# The test that checks the product needs no libstdc++ looks at the binary's
+# dynamic section, which the sanitizer run-time libraries change.
+ctest --test-dir "$build_dir" --output-on-failure -j2 -LE browser -E '^no_libstdcxx_at_run_time$' "$@"
