@@ -25,7 +25,7 @@ NXCGI_BROWSER_PACKAGES=(chromium fonts-dejavu-core)
 # The fuzz harnesses (scripts/fuzz.sh): clang with libFuzzer and the
 # sanitizer run-time libraries.
 NXCGI_FUZZ_PACKAGES=(clang-14 libclang-rt-14-dev)
-# The sanitizer build (scripts/test_sanitizers.sh) uses g++'s run-time
-# libraries, and the memcheck run (scripts/test_valgrind.sh) valgrind.
-NXCGI_SANITIZER_PACKAGES=(libasan8 libubsan1)
+# The sanitizer build (scripts/test_sanitizers.sh) is built with clang too,
+# and the memcheck run (scripts/test_valgrind.sh) needs valgrind.
+NXCGI_SANITIZER_PACKAGES=(clang-14 libclang-rt-14-dev)
 NXCGI_VALGRIND_PACKAGES=(valgrind)
