@@ -46,7 +46,8 @@ constexpr CatalogueCase kCases[] = {
     {"PtzModel.bin", "nxptzset.cgi", "NxCgiVer=1&PtzDeviceId=%d&PtzBaudRateIdx=255&PtzLineMode=255",
      config::kPtzModel.size, 4},
     {"SensorModel.bin", "nxsnsset.cgi",
-     "NxCgiVer=1&SensorModel=%d&SnsAimPosition=1&LinkedModId=2&OsdStartX=3&RelayIpAddr=10.0.0.1&SnsInitStream=ab",
+     "NxCgiVer=1&SensorModel=%d&SnsAimPosition=1&LinkedModId=2&OsdStartX=3&RelayIpAddr=10.0.0.1&"
+     "SnsInitStream=ab",
      config::kSensorModel.size, 0},
 };
 

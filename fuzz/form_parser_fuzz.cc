@@ -19,7 +19,8 @@ void Check(bool condition) {
 void CheckField(const char* name, std::vector<char>& buffer, bool text) {
   const int size = static_cast<int>(buffer.size());
   std::memset(buffer.data(), 'x', buffer.size());
-  const int result = text ? CgiGetTextField(name, buffer.data(), size) : CgiGetField(name, buffer.data(), size);
+  const int result =
+      text ? CgiGetTextField(name, buffer.data(), size) : CgiGetField(name, buffer.data(), size);
   Check(result == CGI_FIELD_OK || result == CGI_FIELD_TRUNCATED || result == CGI_FIELD_EMPTY ||
         result == CGI_FIELD_NOT_FOUND);
   const void* end = std::memchr(buffer.data(), '\0', buffer.size());

@@ -11,9 +11,9 @@
 #include <cstdlib>
 #include <cstring>
 
-#include "fuzz_target.h"
 #include "ftp/ftp_internal.h"
 #include "ftp/ftplib_glob.h"
+#include "fuzz_target.h"
 
 namespace {
 

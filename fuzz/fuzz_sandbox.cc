@@ -253,12 +253,12 @@ void SetUpSandbox() {
   for (int module = 0; module < 4; ++module) {
     for (const char* file : {"FtpSigSvcConf.bin", "FtpDurSvcConf.bin"}) {
       RunSetUp("'" + nxconf + "' set '" + sandbox.root + "/opt/vsb/etc/NxConf/NxModId" +
-               std::to_string(module) + "/" + file + "' ServerIp=127.0.0.1 FtpCtrlPort=" +
-               sandbox.refusing_port);
+               std::to_string(module) + "/" + file +
+               "' ServerIp=127.0.0.1 FtpCtrlPort=" + sandbox.refusing_port);
     }
   }
-  for (const char* dir : {"/var/run", "/var/run/nxcamctld.pid", "/var/run/isensd.pid", "/tmp", "/web",
-                          "/scratch"}) {
+  for (const char* dir :
+       {"/var/run", "/var/run/nxcamctld.pid", "/var/run/isensd.pid", "/tmp", "/web", "/scratch"}) {
     mkdir((sandbox.root + dir).c_str(), 0755);
   }
   sandbox.outside_dir = open(".", O_RDONLY | O_DIRECTORY | O_CLOEXEC);

@@ -188,7 +188,11 @@ ProcessResult RunCgi(const CgiRequest& request) {
   for (const auto& [name, value] : request.env) environment.push_back(name + "=" + value);
   const std::string binary = request.binary.empty() ? std::string(NXCGI_BINARY) : request.binary;
   std::vector<std::string> wrapper = ExecWrapper();
-  if (wrapper.empty()) return Spawn(binary, {request.argv0}, environment, request.body);
+  // A program name ending in "/" cannot be given as a link's name: such a
+  // request runs without the wrapper.
+  if (wrapper.empty() || request.argv0.empty() || request.argv0.back() == '/') {
+    return Spawn(binary, {request.argv0}, environment, request.body);
+  }
   const std::string program = FindOnPath(wrapper.front());
   wrapper.push_back(LinkUnderCgiName(binary, request.argv0));
   return Spawn(program, wrapper, environment, request.body);
