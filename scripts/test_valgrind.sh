@@ -16,8 +16,11 @@ cmake -S . -B "$build_dir" -G Ninja >/dev/null
 ninja -C "$build_dir" -j2
 
 export NXCGI_EXEC_WRAPPER="valgrind -q --error-exitcode=99 --leak-check=full --errors-for-leak-kinds=definite,indirect --show-leak-kinds=definite,indirect --track-origins=yes"
-# The process-level tests, and the peer tests that start nxcgi processes.
+# The process-level tests, and the peer tests that start nxcgi processes
+# (but the one that sends 200 requests in a row: its first request is the
+# same as another test's).
 status=0
 ctest --test-dir "$build_dir" --output-on-failure -j2 -L cgi "$@" || status=$?
-ctest --test-dir "$build_dir" --output-on-failure -j2 -L peer -R 'FtpHandlers\.|UartOutCtr|IsensSignal' "$@" || status=$?
+ctest --test-dir "$build_dir" --output-on-failure -j2 -L peer -R 'FtpHandlers\.|UartOutCtr|IsensSignal' \
+  -E 'NoServiceAnswersAtOnceWithoutLeavingQueues' "$@" || status=$?
 exit "$status"
