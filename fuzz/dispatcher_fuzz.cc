@@ -1,6 +1,7 @@
 // The whole front end in-process: the first byte picks the CGI name (mod the
-// number of names), the rest is the url-encoded form. Commands are counted,
-// not run; pauses are skipped; the device root is put back after each run.
+// number of names), the rest is the url-encoded form. Commands are answered
+// as done, never run; pauses are skipped; the device root is put back after
+// each run.
 #include <sys/ipc.h>
 #include <sys/msg.h>
 
