@@ -22,3 +22,10 @@ NXCGI_SIM_PACKAGES=(lighttpd python3 python3-pyftpdlib util-linux procps)
 # What the browser test needs besides: Debian's Chromium (the test drives it
 # with playwright-core from npm, installed by npm ci).
 NXCGI_BROWSER_PACKAGES=(chromium fonts-dejavu-core)
+# The fuzz harnesses (scripts/fuzz.sh): clang with libFuzzer and the
+# sanitizer run-time libraries.
+NXCGI_FUZZ_PACKAGES=(clang-14 libclang-rt-14-dev)
+# The sanitizer build (scripts/test_sanitizers.sh) is built with clang too,
+# and the memcheck run (scripts/test_valgrind.sh) needs valgrind.
+NXCGI_SANITIZER_PACKAGES=(clang-14 libclang-rt-14-dev)
+NXCGI_VALGRIND_PACKAGES=(valgrind)

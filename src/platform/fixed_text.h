@@ -21,6 +21,9 @@ class FixedText {
       overflow_ = true;
       return;
     }
+    // An empty view may have no data at all (the host root on the device):
+    // memcpy must not be given a null source, even for no bytes.
+    if (piece.empty()) return;
     std::memcpy(text_ + length_, piece.data(), piece.size());
     length_ += piece.size();
     text_[length_] = '\0';

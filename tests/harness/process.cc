@@ -3,6 +3,7 @@
 #include <fcntl.h>
 #include <poll.h>
 #include <signal.h>
+#include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -10,6 +11,8 @@
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
+#include <filesystem>
+#include <sstream>
 #include <stdexcept>
 
 namespace harness {
@@ -26,21 +29,22 @@ Pipe MakePipe() {
   return {fds[0], fds[1]};
 }
 
-// NXCGI_EXEC_WRAPPER (e.g. "qemu-arm -L /usr/arm-linux-gnueabihf") runs the
-// built executables of a cross build where the kernel cannot run them itself:
-// the wrapper gets "-0 ARGV0 PATH ARGS...", so the program still sees the CGI
-// name as its argv[0].
+// NXCGI_EXEC_WRAPPER: a command, split at blanks, that every CGI process is
+// run under (valgrind, an emulator), e.g. "valgrind -q --error-exitcode=99".
+std::vector<std::string> ExecWrapper() {
+  std::vector<std::string> words;
+  const char* text = std::getenv("NXCGI_EXEC_WRAPPER");
+  if (text == nullptr) return words;
+  std::istringstream stream(text);
+  for (std::string word; stream >> word;) words.push_back(word);
+  return words;
+}
+
+// A binary of another machine (a cross build) that the kernel cannot start
+// runs through the wrapper, e.g. "qemu-arm -L /usr/arm-linux-gnueabihf",
+// given "-0 ARGV0 PATH ARGS..." so that the program still sees its argv[0].
 std::vector<std::string> WrappedArguments(const std::string& path, const std::vector<std::string>& argv) {
-  std::vector<std::string> wrapped;
-  const char* wrapper = std::getenv("NXCGI_EXEC_WRAPPER");
-  if (wrapper == nullptr) return wrapped;
-  const std::string words = wrapper;
-  std::size_t start = 0;
-  while (start < words.size()) {
-    const std::size_t end = std::min(words.find(' ', start), words.size());
-    if (end > start) wrapped.push_back(words.substr(start, end - start));
-    start = end + 1;
-  }
+  std::vector<std::string> wrapped = ExecWrapper();
   if (wrapped.empty()) return wrapped;
   wrapped.push_back("-0");
   wrapped.push_back(argv.at(0));
@@ -142,6 +146,51 @@ std::vector<std::string> BaseEnvironment() {
   return environment;
 }
 
+// The wrapper's program found as the shell would find it.
+std::string FindOnPath(const std::string& program) {
+  if (program.find('/') != std::string::npos) return program;
+  const char* path = std::getenv("PATH");
+  std::istringstream dirs(path != nullptr ? path : "/usr/bin:/bin");
+  for (std::string dir; std::getline(dirs, dir, ':');) {
+    const std::string candidate = (dir.empty() ? "." : dir) + "/" + program;
+    if (access(candidate.c_str(), X_OK) == 0) return candidate;
+  }
+  return program;
+}
+
+std::string& LinkDir() {
+  static std::string dir;
+  return dir;
+}
+
+void RemoveLinkDir() {
+  const std::string& dir = LinkDir();
+  if (dir.empty()) return;
+  std::error_code ignored;
+  std::filesystem::remove_all(dir, ignored);
+}
+
+// A wrapper starts the binary under the binary's own path, but the product
+// takes the handler from the name it was started under: the wrapper is given
+// a link named as the CGI name instead.
+std::string LinkUnderCgiName(const std::string& binary, const std::string& argv0) {
+  const std::string name = argv0.substr(argv0.rfind('/') + 1);
+  std::string& dir = LinkDir();
+  if (dir.empty()) {
+    const char* tmp = std::getenv("TMPDIR");
+    std::string pattern = std::string(tmp != nullptr && *tmp != '\0' ? tmp : "/tmp") + "/nxcgi-links-XXXXXX";
+    if (mkdtemp(pattern.data()) == nullptr) throw std::runtime_error("mkdtemp failed");
+    dir = pattern;
+    std::atexit(RemoveLinkDir);
+  }
+  const std::string link = dir + "/" + name;
+  struct stat status;
+  if (lstat(link.c_str(), &status) != 0 && symlink(binary.c_str(), link.c_str()) != 0) {
+    throw std::runtime_error("symlink failed: " + link);
+  }
+  return link;
+}
+
 }  // namespace
 
 ProcessResult RunCgi(const CgiRequest& request) {
@@ -158,8 +207,21 @@ ProcessResult RunCgi(const CgiRequest& request) {
   }
   if (!request.root.empty()) environment.push_back("NXCGI_ROOT=" + request.root);
   for (const auto& [name, value] : request.env) environment.push_back(name + "=" + value);
-  const std::string binary = request.binary.empty() ? std::string(NXCGI_BINARY) : request.binary;
-  return Spawn(binary, {request.argv0}, environment, request.body);
+  // NXCGI_TEST_NXCGI runs the tests against another build of nxcgi (the
+  // dynamically linked one that valgrind needs to see every allocation).
+  const char* other = std::getenv("NXCGI_TEST_NXCGI");
+  const std::string binary = !request.binary.empty() ? request.binary
+                             : other != nullptr && *other != '\0' ? std::string(other)
+                                                                   : std::string(NXCGI_BINARY);
+  std::vector<std::string> wrapper = ExecWrapper();
+  // A program name ending in "/" cannot be given as a link's name: such a
+  // request runs without the wrapper.
+  if (wrapper.empty() || request.argv0.empty() || request.argv0.back() == '/') {
+    return Spawn(binary, {request.argv0}, environment, request.body);
+  }
+  const std::string program = FindOnPath(wrapper.front());
+  wrapper.push_back(LinkUnderCgiName(binary, request.argv0));
+  return Spawn(program, wrapper, environment, request.body);
 }
 
 ProcessResult GetCgi(const std::string& cgi_name, const std::string& query, const std::string& root) {
