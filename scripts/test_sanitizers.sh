@@ -28,5 +28,7 @@ export UBSAN_OPTIONS=${UBSAN_OPTIONS:-print_stacktrace=1:halt_on_error=1}
 # and the request whose CONTENT_LENGTH cannot be allocated, which expects no
 # output at all, while the sanitizer's allocator warns on stderr before it
 # returns null (the exit status and the empty page are as without it).
+# Also left out: the fault injection runs under strace, since LeakSanitizer
+# cannot work in a traced process (the host stage runs them).
 ctest --test-dir "$build_dir" --output-on-failure -j2 -LE browser \
-  -E '^no_libstdcxx_at_run_time$|/unallocatable_length$' "$@"
+  -E '^no_libstdcxx_at_run_time$|/unallocatable_length$|^Saves/CrashSafeWrite\.' "$@"
