@@ -21,4 +21,9 @@ echo "stripped nxcgi: $(stat -c %s "$build_dir/nxcgi.stripped") bytes, needs:" \
 # The kernel cannot start ARM executables here (no binfmt_misc): the test
 # harness runs nxcgi and nxconf through qemu-arm.
 export NXCGI_EXEC_WRAPPER="qemu-arm -L $sysroot"
-ctest --test-dir "$build_dir" --output-on-failure -j"$(nproc)" -L 'unit|cgi' "$@"
+# Left out under qemu: the fuzz replays (programs of the fuzz build), and the
+# write tests that list a directory, since qemu-user on a 64-bit kernel
+# cannot hand a 32-bit program the 64-bit offsets of an ext4 directory
+# (readdir ends at once there; a 32-bit board's kernel has no such problem).
+ctest --test-dir "$build_dir" --output-on-failure -j"$(nproc)" -L 'unit|cgi' -LE fuzz \
+  -E '^ConfigWriteTest\.' "$@"
