@@ -28,18 +28,7 @@ constexpr const char* kRedirect =
     "<html>\n<head>\n<script language=javascript>\nlocation.href=\"/ftp.html\";\n</script>\n</head>\n"
     "<body>\n</body>\n</html>\n";
 
-std::vector<std::string> ListDir(const std::string& path) {
-  std::vector<std::string> names;
-  DIR* dir = opendir(path.c_str());
-  if (dir == nullptr) return names;
-  while (const dirent* entry = readdir(dir)) {
-    const std::string name = entry->d_name;
-    if (name != "." && name != "..") names.push_back(name);
-  }
-  closedir(dir);
-  std::sort(names.begin(), names.end());
-  return names;
-}
+using ftp_peer::ListDir;
 
 void WriteHostFile(const std::string& path, const std::string& bytes) {
   std::FILE* file = std::fopen(path.c_str(), "wb");

@@ -2,10 +2,12 @@
 // home directory, run by pyftpd_launcher.py for as long as the object lives.
 #pragma once
 
+#include <dirent.h>
 #include <signal.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 #include <string>
@@ -80,6 +82,20 @@ class PyFtpdServer {
   int stdin_ = -1;
   int port_ = 0;
 };
+
+// The names in a host directory, sorted, without "." and "..".
+inline std::vector<std::string> ListDir(const std::string& path) {
+  std::vector<std::string> names;
+  DIR* dir = opendir(path.c_str());
+  if (dir == nullptr) return names;
+  while (const dirent* entry = readdir(dir)) {
+    const std::string name = entry->d_name;
+    if (name != "." && name != "..") names.push_back(name);
+  }
+  closedir(dir);
+  std::sort(names.begin(), names.end());
+  return names;
+}
 
 // The directories each naming scheme of ftp_mkdirs makes, in order.
 struct SchemeCase {
