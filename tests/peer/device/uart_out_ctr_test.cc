@@ -5,6 +5,8 @@
 #include <sys/ipc.h>
 #include <sys/msg.h>
 
+#include <chrono>
+#include <condition_variable>
 #include <cstdint>
 #include <cstring>
 #include <fstream>
@@ -93,6 +95,14 @@ class FakeUartOutService {
     return requests_;
   }
 
+  // The requests once there are `count` of them, or what came within ten
+  // seconds: a request the handler gave up on may still be on its way.
+  std::vector<Request> WaitForRequests(std::size_t count) {
+    std::unique_lock lock(mutex_);
+    arrived_.wait_for(lock, std::chrono::seconds(10), [&] { return requests_.size() >= count; });
+    return requests_;
+  }
+
  private:
   void Serve() {
     QueueMessage message;
@@ -107,6 +117,7 @@ class FakeUartOutService {
         std::lock_guard lock(mutex_);
         requests_.push_back(request);
       }
+      arrived_.notify_all();
       const std::optional<Bytes> reply = responder_(request);
       if (!reply || request.text.size() < 4) continue;
       QueueMessage answer;
@@ -120,6 +131,7 @@ class FakeUartOutService {
   int queue_ = -1;
   std::thread worker_;
   std::mutex mutex_;
+  std::condition_variable arrived_;
   std::vector<Request> requests_;
 };
 
@@ -271,7 +283,7 @@ TEST(UartOutCtrPeer, WaitGrowsWithRxWaitTmUpToACap) {
               "No reply from serial output service within " + std::to_string(c.wait_ms) + " ms");
     EXPECT_EQ(run.sleeps(), std::vector<unsigned long long>(c.wait_ms / 10, 10000));
   }
-  EXPECT_EQ(service.requests().size(), 4u);
+  EXPECT_EQ(service.WaitForRequests(4).size(), 4u);
 }
 
 TEST(UartOutCtrPeer, NoServiceAnswersAtOnceWithoutLeavingQueues) {
