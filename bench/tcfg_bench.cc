@@ -16,7 +16,7 @@
 #include <utility>
 #include <vector>
 
-#include "config/tcfg_util.h"
+#include "config/text/tcfg_util.h"
 #include "platform/host_root.h"
 
 namespace {

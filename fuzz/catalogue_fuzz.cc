@@ -9,13 +9,13 @@
 #include <string>
 
 #include "cgi/cgi_request.h"
+#include "config/catalogue.h"
 #include "config/layouts/ptz_model.h"
 #include "config/layouts/sensor_model.h"
-#include "config/le_bytes.h"
 #include "front/dispatcher.h"
 #include "fuzz_sandbox.h"
 #include "fuzz_target.h"
-#include "handlers/service/model_catalogue.h"
+#include "platform/le_bytes.h"
 
 namespace {
 
@@ -23,14 +23,16 @@ void Check(bool condition) {
   if (!condition) __builtin_trap();
 }
 
-// Every record the walker counts has its fixed part inside the bytes, and
-// records follow each other.
-void CheckWalk(std::span<const uint8_t> bytes, uint32_t fixed_size, uint32_t size_offset) {
-  const ModelCatalogue catalogue = WalkCatalogue(bytes, fixed_size, size_offset);
-  Check(catalogue.count >= 0 && catalogue.count <= kMaxCatalogueModels);
-  for (int i = 0; i < catalogue.count; ++i) {
-    Check(static_cast<uint64_t>(catalogue.offsets[i]) + fixed_size <= bytes.size());
-    if (i > 0) Check(catalogue.offsets[i] > catalogue.offsets[i - 1]);
+// Every record the walker counts has the part its reader needs inside the
+// bytes, and records follow each other.
+void CheckWalk(std::span<const uint8_t> bytes, const config::Layout& fixed_part, uint32_t needed) {
+  config::CatalogueRecord records[config::kMaxCatalogueModels];
+  const config::CatalogueWalk walk = config::WalkCatalogue(bytes, fixed_part, needed, records);
+  Check(walk.count >= 0 && walk.count <= config::kMaxCatalogueModels);
+  for (int i = 0; i < walk.count; ++i) {
+    Check(static_cast<uint64_t>(records[i].offset) + needed <= bytes.size());
+    Check(static_cast<uint64_t>(records[i].offset) + records[i].present <= bytes.size());
+    if (i > 0) Check(records[i].offset > records[i - 1].offset);
   }
 }
 
@@ -38,17 +40,17 @@ struct CatalogueCase {
   const char* file_name;
   const char* cgi_name;
   const char* form_format;  // with the model number
-  uint32_t fixed_size;
-  uint32_t size_offset;
+  const config::Layout* fixed_part;
+  uint32_t needed;  // the words the handler reads from a model
 };
 
 constexpr CatalogueCase kCases[] = {
     {"PtzModel.bin", "nxptzset.cgi", "NxCgiVer=1&PtzDeviceId=%d&PtzBaudRateIdx=255&PtzLineMode=255",
-     config::kPtzModel.size, 4},
+     &config::kPtzModel, config::kPtzModel.size},
     {"SensorModel.bin", "nxsnsset.cgi",
      "NxCgiVer=1&SensorModel=%d&SnsAimPosition=1&LinkedModId=2&OsdStartX=3&RelayIpAddr=10.0.0.1&"
      "SnsInitStream=ab",
-     config::kSensorModel.size, 0},
+     &config::kSensorModel, config::kSensorModel.size},
 };
 
 }  // namespace
@@ -64,10 +66,10 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, std::size_t size) {
   const CatalogueCase& c = kCases[data[0] & 1];
   const bool factory_only = (data[0] & 2) != 0;
   // 0..254 select models; 255 stands for "none" (-1, or 0xFFFF for PTZ).
-  const int model = data[1] == 255 ? (c.fixed_size == config::kPtzModel.size ? 65535 : -1) : data[1];
+  const int model = data[1] == 255 ? (c.fixed_part == &config::kPtzModel ? 65535 : -1) : data[1];
   const std::span<const uint8_t> bytes(data + 2, size - 2);
 
-  CheckWalk(bytes, c.fixed_size, c.size_offset);
+  CheckWalk(bytes, *c.fixed_part, c.needed);
   fuzz::EnterSandbox();
 
   const std::string root_copy = std::string("/opt/vsb/etc/NxConf/") + c.file_name;

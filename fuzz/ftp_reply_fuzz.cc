@@ -11,8 +11,8 @@
 #include <cstdlib>
 #include <cstring>
 
-#include "ftp/ftp_internal.h"
-#include "ftp/ftplib_glob.h"
+#include "ftp/client/ftp_client.h"
+#include "ftp/client/ftp_internal.h"
 #include "fuzz_target.h"
 
 namespace {

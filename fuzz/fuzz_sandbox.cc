@@ -22,7 +22,7 @@
 #include "config/svc_cfg_file.h"
 #include "front/dispatcher.h"
 #include "front/handler_table.h"
-#include "ftp/ftp_internal.h"
+#include "ftp/client/ftp_internal.h"
 #include "platform/command.h"
 #include "platform/sleep.h"
 

@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-#include "config/tcfg_util.h"
+#include "config/text/tcfg_util.h"
 #include "fuzz_target.h"
 
 namespace {

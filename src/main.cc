@@ -1,3 +1,3 @@
-#include "cgi/cgi_main.h"
+#include "front/cgi_main.h"
 
 int main(int argc, char** argv) { return CgiMain(argc, argv); }

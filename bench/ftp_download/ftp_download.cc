@@ -8,7 +8,7 @@
 #include <cstdlib>
 #include <cstring>
 
-#include "ftp/ftplib_glob.h"
+#include "ftp/client/ftp_client.h"
 
 int main(int argc, char** argv) {
   if (argc != 8) {

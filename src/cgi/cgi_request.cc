@@ -4,12 +4,18 @@
 #include <cstdlib>
 #include <cstring>
 
-#include "cgi/hex_digits.h"
+#include "platform/numbers.h"
 
 namespace {
 
 CgiFormEntry* g_form_head = nullptr;
 CgiFormEntry* g_form_tail = nullptr;
+
+// A malformed escape decodes its non-digits as 0.
+int EscapeDigit(unsigned char byte) {
+  const int value = platform::HexDigitValue(static_cast<char>(byte));
+  return value < 0 ? 0 : value;
+}
 
 int CopyField(const char* name, char* buffer, int size, bool keep_line_breaks) {
   if (size < 1) return CGI_FIELD_TRUNCATED;
@@ -104,11 +110,11 @@ int CgiUnescape(const char* source, std::size_t length, char** decoded) {
         }
         break;
       case State::kFirstDigit:
-        high = kHexDigitValue[byte] * 16;
+        high = EscapeDigit(byte) * 16;
         state = State::kSecondDigit;
         break;
       case State::kSecondDigit:
-        out[written++] = static_cast<char>(high + kHexDigitValue[byte]);
+        out[written++] = static_cast<char>(high + EscapeDigit(byte));
         state = State::kPlain;
         break;
     }

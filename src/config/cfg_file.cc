@@ -96,6 +96,10 @@ int CfgFileReadForEdit(int module_id, const char* file_name, std::span<std::uint
   return ReadFromStart(locked, buffer);
 }
 
+bool CfgFileLoadRecord(int module_id, const char* file_name, std::span<std::uint8_t> image) {
+  return CfgFileReadForEdit(module_id, file_name, image) == static_cast<int>(image.size());
+}
+
 void CfgFileEndEdit(int module_id, const char* file_name) {
   const CfgPath path = CfgFilePath(module_id, file_name);
   if (!path.overflow()) platform::UnlockFile(path.c_str());

@@ -22,6 +22,10 @@ int CfgFileRead(int module_id, const char* file_name, std::span<std::uint8_t> bu
 // read. The lock ends with the save (or the process).
 int CfgFileReadForEdit(int module_id, const char* file_name, std::span<std::uint8_t> buffer);
 
+// CfgFileReadForEdit of a whole record into its image: true only when the
+// file filled the image (a short or missing file is refused).
+bool CfgFileLoadRecord(int module_id, const char* file_name, std::span<std::uint8_t> image);
+
 // Ends the edit lock of CfgFileReadForEdit without saving.
 void CfgFileEndEdit(int module_id, const char* file_name);
 

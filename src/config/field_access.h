@@ -6,8 +6,8 @@
 #include <span>
 #include <string_view>
 
-#include "config/le_bytes.h"
 #include "config/record_layout.h"
+#include "platform/le_bytes.h"
 
 namespace config {
 
@@ -20,13 +20,13 @@ constexpr bool IsNumber(FieldType type) {
 inline std::int64_t LoadNumber(std::span<const std::uint8_t> bytes, const FieldRef& ref) {
   switch (ref.type) {
     case FieldType::kU8:
-      return LoadU8(bytes, ref.offset);
+      return platform::LoadU8(bytes, ref.offset);
     case FieldType::kU16:
-      return LoadU16(bytes, ref.offset);
+      return platform::LoadU16(bytes, ref.offset);
     case FieldType::kU32:
-      return LoadU32(bytes, ref.offset);
+      return platform::LoadU32(bytes, ref.offset);
     case FieldType::kI32:
-      return LoadI32(bytes, ref.offset);
+      return platform::LoadI32(bytes, ref.offset);
     default:
       return 0;
   }
@@ -37,14 +37,14 @@ inline std::int64_t LoadNumber(std::span<const std::uint8_t> bytes, const FieldR
 inline void StoreNumber(std::span<std::uint8_t> bytes, const FieldRef& ref, std::int64_t value) {
   switch (ref.type) {
     case FieldType::kU8:
-      StoreU8(bytes, ref.offset, static_cast<std::uint8_t>(value));
+      platform::StoreU8(bytes, ref.offset, static_cast<std::uint8_t>(value));
       break;
     case FieldType::kU16:
-      StoreU16(bytes, ref.offset, static_cast<std::uint16_t>(value));
+      platform::StoreU16(bytes, ref.offset, static_cast<std::uint16_t>(value));
       break;
     case FieldType::kU32:
     case FieldType::kI32:
-      StoreU32(bytes, ref.offset, static_cast<std::uint32_t>(value));
+      platform::StoreU32(bytes, ref.offset, static_cast<std::uint32_t>(value));
       break;
     default:
       break;
@@ -52,15 +52,15 @@ inline void StoreNumber(std::span<std::uint8_t> bytes, const FieldRef& ref, std:
 }
 
 inline std::string_view LoadText(std::span<const std::uint8_t> bytes, const FieldRef& ref) {
-  return LoadText(bytes, ref.offset, ref.width);
+  return platform::LoadText(bytes, ref.offset, ref.width);
 }
 
 inline bool StoreText(std::span<std::uint8_t> bytes, const FieldRef& ref, std::string_view text) {
-  return StoreText(bytes, ref.offset, ref.width, text);
+  return platform::StoreText(bytes, ref.offset, ref.width, text);
 }
 
 inline void ClearField(std::span<std::uint8_t> bytes, const FieldRef& ref) {
-  ClearBytes(bytes, ref.offset, ref.width);
+  platform::ClearBytes(bytes, ref.offset, ref.width);
 }
 
 }  // namespace config

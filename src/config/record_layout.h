@@ -18,6 +18,7 @@
 #include <span>
 #include <string_view>
 
+#include "platform/numbers.h"
 #include "platform/text_view.h"
 
 namespace config {
@@ -203,17 +204,6 @@ struct FieldRef {
 
 namespace layout_detail {
 
-constexpr bool ParseIndex(std::string_view digits, std::uint32_t* index) {
-  if (digits.empty() || digits.size() > 9 || (digits.size() > 1 && digits.front() == '0')) return false;
-  std::uint32_t value = 0;
-  for (char c : digits) {
-    if (c < '0' || c > '9') return false;
-    value = value * 10 + static_cast<std::uint32_t>(c - '0');
-  }
-  *index = value;
-  return true;
-}
-
 constexpr FieldRef RefOf(const Field& field, std::uint32_t base) {
   FieldRef ref;
   ref.offset = base + field.offset;
@@ -236,7 +226,7 @@ constexpr bool MatchSegment(const Field& field, std::string_view segment, std::u
   }
   if (!field.indexed() || !segment.starts_with(field.name)) return false;
   std::uint32_t index = 0;
-  if (!ParseIndex(platform::From(segment, field.name.size()), &index)) return false;
+  if (!platform::ParseIndex(platform::From(segment, field.name.size()), &index)) return false;
   if (index < field.first_index || index - field.first_index >= field.count) return false;
   *out = RefOf(field, base).At(index);
   return true;

@@ -42,7 +42,7 @@ std::uint8_t* LoadSvcCfgFile(int module_id, int service_id, int entry_index) {
   const SvcFile* file = FindSvcFile(service_id);
   if (file == nullptr) return nullptr;
   const std::span<std::uint8_t> image = SvcImage(service_id);
-  if (CfgFileReadForEdit(module_id, file->file_name, image) != static_cast<int>(image.size())) return nullptr;
+  if (!CfgFileLoadRecord(module_id, file->file_name, image)) return nullptr;
   // An entry past the last port (the condition form accepts up to 5) would
   // put the table outside the record: refuse it rather than hand out an
   // address past the image.

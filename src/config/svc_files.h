@@ -1,4 +1,4 @@
-// The nine service files by service id: file name, record layout, and where
+// The nine service files by service id (rows of the known files), and where
 // each entry's condition table lies. Everything here is derived from the
 // layout descriptions, so the record layouts are the one source of offsets.
 #pragma once
@@ -23,23 +23,25 @@ enum SvcId : int {
 
 inline constexpr int kSvcCount = 9;
 
-struct SvcFile {
-  const char* file_name;
-  const config::Layout* layout;
-};
+// The service files are the first rows of the known files, in service id
+// order.
+using SvcFile = config::KnownFile;
 
-inline constexpr SvcFile kSvcFiles[kSvcCount] = {
-    {"MailConf.bin", &config::kMailConf},           {"DiCgiConf.bin", &config::kDiCgiConf},
-    {"FtpSigSvcConf.bin", &config::kFtpSigSvcConf}, {"nTimeConf.bin", &config::kNTimeConf},
-    {"ImgHoldConf.bin", &config::kImgHoldConf},     {"DOutSvcConf.bin", &config::kDOutSvcConf},
-    {"FtpDurSvcConf.bin", &config::kFtpDurSvcConf}, {"AoipConf.bin", &config::kAoipConf},
-    {"CallConf.bin", &config::kCallConf},
-};
+consteval bool ServiceRowsLeadTheKnownFiles() {
+  for (int id = 0; id < kSvcCount; ++id) {
+    const config::KnownFile& file = config::kKnownFiles[id];
+    if (file.scope != config::FileScope::kModule || file.kind != config::FileKind::kRecord) return false;
+    if (!config::FindField(*file.layout, "Cond").found() && !config::FindField(*file.layout, "Port").found())
+      return false;
+  }
+  return true;
+}
+static_assert(ServiceRowsLeadTheKnownFiles());
 
 // The service's file and layout; ids outside 0..8 have none (null).
 constexpr const SvcFile* FindSvcFile(int service_id) {
   if (service_id < 0 || service_id >= kSvcCount) return nullptr;
-  return &kSvcFiles[service_id];
+  return &config::kKnownFiles[service_id];
 }
 
 // Offset of the condition table of an entry inside a service record: for a

@@ -2,22 +2,17 @@
 // installed, scanned in table order by the dispatcher.
 #pragma once
 
-#include <cstddef>
 #include <span>
 
-// Size of the error-message buffer every handler receives, zeroed.
-inline constexpr std::size_t kCgiErrMsgSize = 1024;
-
-// Below 0: failure (the dispatcher shows the error page); 0: the handler
-// wrote the whole answer; above 0: success, the response epilogue runs.
-using CgiHandler = int (*)(char* err_msg);
+#include "handlers/handler.h"
 
 struct CgiHandlerEntry {
   const char* name;
+  const char* purpose;  // one line, for people and tools
   CgiHandler handler;
 };
 
-// The rows, ended by a row whose name and handler are both null.
+// The rows, ended by a row whose name, purpose and handler are all null.
 extern const CgiHandlerEntry kCgiHandlerTable[];
 
 // The named rows, without the end row.

@@ -4,22 +4,16 @@
 #include <cstring>
 
 #include "cgi/cgi_request.h"
+#include "cgi/form_fields.h"
 #include "platform/command.h"
 #include "platform/fixed_text.h"
 #include "platform/host_root.h"
 
 namespace {
 
-constexpr int kControlFieldSize = 128;
-
-// A control field counts only when it was read whole and is not empty.
-bool ReadControlField(const char* name, char (&value)[kControlFieldSize]) {
-  return CgiGetField(name, value, kControlFieldSize) == CGI_FIELD_OK;
-}
-
 bool FieldIsYes(const char* name) {
-  char value[kControlFieldSize];
-  return ReadControlField(name, value) && std::strcmp(value, "YES") == 0;
+  char value[kFieldBufferSize];
+  return ReadGivenField(name, value) && std::strcmp(value, "YES") == 0;
 }
 
 void RunFixedCommand(const char* program, const char* device_path, const char* suffix) {
@@ -48,10 +42,10 @@ void WriteReturnPage(const char* ret_page) {
   if (ret_page[0] != '/') page_path.Append("/");
   page_path.Append(ret_page);
 
-  char value[kControlFieldSize];
+  char value[kFieldBufferSize];
   std::printf("<script language=javascript>\n");
-  if (ReadControlField("NxModId", value)) std::printf("var NXMODID = %s;\n", value);
-  if (ReadControlField("PortId", value)) std::printf("var PORTID = %s;\n", value);
+  if (ReadGivenField("NxModId", value)) std::printf("var NXMODID = %s;\n", value);
+  if (ReadGivenField("PortId", value)) std::printf("var PORTID = %s;\n", value);
   std::printf("</script>\n");
   CopyPageToOutput(page_path.c_str());
 }
@@ -75,8 +69,8 @@ int CgiResponseEpilogue() {
   if (FieldIsYes("NxMkChg")) RunFixedCommand("touch ", "/tmp/NxConfChg", "");
   if (FieldIsYes("NxRmChg")) RunFixedCommand("rm ", "/tmp/NxConfChg", "");
 
-  char value[kControlFieldSize];
-  if (ReadControlField("RetPage", value)) WriteReturnPage(value);
-  if (ReadControlField("RetReDir", value)) WriteRedirect(value);
+  char value[kFieldBufferSize];
+  if (ReadGivenField("RetPage", value)) WriteReturnPage(value);
+  if (ReadGivenField("RetReDir", value)) WriteRedirect(value);
   return 0;
 }

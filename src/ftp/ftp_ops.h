@@ -2,7 +2,7 @@
 // naming scheme, and the end of a session.
 #pragma once
 
-#include "ftp/ftplib_glob.h"
+#include "ftp/client/ftp_client.h"
 
 // Directory naming schemes (DirNameFlag values).
 inline constexpr int kDirSchemeCameras = 1;

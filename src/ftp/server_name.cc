@@ -2,7 +2,7 @@
 
 #include <cstring>
 
-#include "config/tcfg_util.h"
+#include "config/text/tcfg_util.h"
 
 namespace {
 

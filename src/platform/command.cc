@@ -26,6 +26,15 @@ ShellCommand& ShellCommand::Path(std::string_view device_path) {
   return *this;
 }
 
+ShellCommand& ShellCommand::QuotedWord(std::string_view text) {
+  Text("'");
+  for (std::size_t quote = text.find('\''); quote != std::string_view::npos; quote = text.find('\'')) {
+    Text(std::string_view(text.data(), quote)).Text("'\\''");
+    text.remove_prefix(quote + 1);
+  }
+  return Text(text).Text("'");
+}
+
 int RunCommand(const ShellCommand& command) {
   if (command.overflow()) return -1;
   // The web server puts a request's "Proxy:" header into HTTP_PROXY, where
@@ -38,6 +47,12 @@ int RunCommand(const ShellCommand& command) {
   std::fflush(stdout);
   std::fflush(stderr);
   return g_runner(command.device_text(), command.host_text());
+}
+
+void RunServiceScript(std::string_view script, std::string_view action) {
+  ShellCommand command;
+  command.Path(script).Text(" ").Text(action).Text(" >/dev/null");
+  RunCommand(command);
 }
 
 void SetCommandRunner(CommandRunner runner) { g_runner = runner != nullptr ? runner : RunWithSystem; }

@@ -22,6 +22,10 @@ class ShellCommand {
   ShellCommand& Text(std::string_view text);
   // A fixed absolute path: device form in the device text, mapped in the host text.
   ShellCommand& Path(std::string_view device_path);
+  // Text from outside as one single-quoted shell word: a quote inside it
+  // becomes '\'' so that nothing in it (";", "$(...)", back-quotes, quotes,
+  // blanks) is ever read by the shell as syntax.
+  ShellCommand& QuotedWord(std::string_view text);
 
   const char* device_text() const { return device_.c_str(); }
   const char* host_text() const { return host_.c_str(); }
@@ -39,6 +43,10 @@ class ShellCommand {
 // buffer is not run. Output buffers are flushed first so that the page keeps
 // its order.
 int RunCommand(const ShellCommand& command);
+
+// Runs a daemon's start script with an action ("restart", "start", "stop"),
+// its output dropped: "<script> <action> >/dev/null".
+void RunServiceScript(std::string_view script, std::string_view action);
 
 // Replaces the runner (in-process tests record instead of running); null
 // restores the default, system(3).

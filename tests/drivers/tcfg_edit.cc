@@ -7,7 +7,7 @@
 // not be loaded or the key is not in it.
 #include <cstdio>
 
-#include "config/tcfg_util.h"
+#include "config/text/tcfg_util.h"
 
 int main(int argc, char** argv) {
   if (argc != 4) {

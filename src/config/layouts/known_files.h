@@ -32,7 +32,7 @@ enum class FileKind : std::uint8_t {
 };
 
 struct KnownFile {
-  std::string_view file_name;
+  const char* file_name;
   const Layout* layout;
   FileScope scope;
   FileKind kind;
@@ -62,7 +62,7 @@ inline constexpr KnownFile kKnownFiles[] = {
 // The entry of a file name, or of a layout name ("MailConf"); null if none.
 constexpr const KnownFile* FindKnownFile(std::string_view name) {
   for (const KnownFile& file : kKnownFiles) {
-    if (file.file_name == name || file.layout->name == name) return &file;
+    if (std::string_view(file.file_name) == name || file.layout->name == name) return &file;
   }
   return nullptr;
 }

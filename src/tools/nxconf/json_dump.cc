@@ -4,7 +4,7 @@
 #include <cstdio>
 
 #include "config/field_access.h"
-#include "config/le_bytes.h"
+#include "platform/le_bytes.h"
 
 namespace nxconf {
 namespace {

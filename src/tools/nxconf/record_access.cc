@@ -6,8 +6,9 @@
 #include <cstdlib>
 #include <string>
 
+#include "config/catalogue.h"
 #include "config/field_access.h"
-#include "config/le_bytes.h"
+#include "platform/numbers.h"
 #include "tools/nxconf/tool_error.h"
 
 namespace nxconf {
@@ -20,27 +21,29 @@ std::string BaseName(const std::string& path) {
 
 std::vector<RecordSpan> SplitCatalogue(const LoadedFile& file) {
   const config::Layout& layout = *file.type->layout;
-  const config::FieldRef size_field = config::FindField(layout, "RecordSize");
-  std::vector<RecordSpan> records;
-  std::uint32_t offset = 0;
   const std::uint32_t total = static_cast<std::uint32_t>(file.bytes.size());
   if (total == 0)
     Die("%s: empty file, %.*s needs records", file.path.c_str(), int(layout.name.size()), layout.name.data());
-  while (offset < total) {
-    if (total - offset < layout.size) {
-      Die("%s: record %zu at offset %u is cut short: %u bytes, its fixed part needs %u", file.path.c_str(),
-          records.size(), offset, total - offset, layout.size);
+  // Every record but the last is at least its fixed part long.
+  std::vector<config::CatalogueRecord> found(total / layout.size + 1);
+  const config::CatalogueWalk walk = config::WalkCatalogue(file.bytes, layout, layout.size, found);
+  const auto stop = static_cast<std::uint32_t>(walk.stop_offset);
+  switch (walk.end) {
+    case config::CatalogueEnd::kCutShort:
+      Die("%s: record %d at offset %u is cut short: %u bytes, its fixed part needs %u", file.path.c_str(),
+          walk.count, stop, total - stop, layout.size);
+    case config::CatalogueEnd::kSizeTooSmall: {
+      const config::CatalogueRecord& last = found[walk.count - 1];
+      Die("%s: record %d at offset %u has size %u, less than its fixed part (%u)", file.path.c_str(),
+          walk.count - 1, last.offset, last.size, layout.size);
     }
-    const std::uint32_t size = config::LoadU32(file.bytes, offset + size_field.offset);
-    if (size < layout.size) {
-      Die("%s: record %zu at offset %u has size %u, less than its fixed part (%u)", file.path.c_str(),
-          records.size(), offset, size, layout.size);
-    }
-    // The last record's size may reach past the end; its data is cut there.
-    records.push_back({offset, size <= total - offset ? size : total - offset});
-    if (size > total - offset) break;
-    offset += size;
+    case config::CatalogueEnd::kWhole:
+    case config::CatalogueEnd::kFull:
+      break;
   }
+  // The last record's size may reach past the end; its data is cut there.
+  std::vector<RecordSpan> records;
+  for (int i = 0; i < walk.count; ++i) records.push_back({found[i].offset, found[i].present});
   return records;
 }
 
@@ -53,28 +56,13 @@ bool ParseUnsigned(std::string_view text, std::uint64_t* value) {
   if (text.empty() || text.size() > 20) return false;
   std::uint64_t result = 0;
   for (char c : text) {
-    int digit;
-    if (c >= '0' && c <= '9') {
-      digit = c - '0';
-    } else if (base == 16 && c >= 'a' && c <= 'f') {
-      digit = c - 'a' + 10;
-    } else if (base == 16 && c >= 'A' && c <= 'F') {
-      digit = c - 'A' + 10;
-    } else {
-      return false;
-    }
+    const int digit = platform::HexDigitValue(c);
+    if (digit < 0 || digit >= base) return false;
     if (result > (UINT64_MAX - digit) / base) return false;
     result = result * base + digit;
   }
   *value = result;
   return true;
-}
-
-int HexDigit(char c) {
-  if (c >= '0' && c <= '9') return c - '0';
-  if (c >= 'a' && c <= 'f') return c - 'a' + 10;
-  if (c >= 'A' && c <= 'F') return c - 'A' + 10;
-  return -1;
 }
 
 }  // namespace
@@ -169,7 +157,7 @@ void StoreValue(std::span<std::uint8_t> bytes, const config::FieldRef& ref, std:
       return;
     }
     case config::FieldType::kChar:
-      if (!config::StoreTextPadded(bytes, ref.offset, ref.width, value)) {
+      if (!platform::StoreTextPadded(bytes, ref.offset, ref.width, value)) {
         Die("%s: text of %zu characters does not fit %s (char[%u], at most %u)", where, value.size(),
             name.c_str(), ref.width, ref.width - 1);
       }
@@ -181,8 +169,8 @@ void StoreValue(std::span<std::uint8_t> bytes, const config::FieldRef& ref, std:
       }
       std::vector<std::uint8_t> raw(ref.width);
       for (std::uint32_t i = 0; i < ref.width; ++i) {
-        const int high = HexDigit(value[2 * i]);
-        const int low = HexDigit(value[2 * i + 1]);
+        const int high = platform::HexDigitValue(value[2 * i]);
+        const int low = platform::HexDigitValue(value[2 * i + 1]);
         if (high < 0 || low < 0) {
           Die("%s: value '%s' does not fit %s (raw, hex digits only)", where, text.c_str(), name.c_str());
         }

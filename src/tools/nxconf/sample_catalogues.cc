@@ -5,7 +5,7 @@
 
 #include "config/layouts/ptz_model.h"
 #include "config/layouts/sensor_model.h"
-#include "config/le_bytes.h"
+#include "platform/le_bytes.h"
 
 namespace nxconf {
 namespace {
@@ -57,17 +57,17 @@ Bytes SamplePtzModelCatalogue() {
   std::uint32_t number = 0;
   for (const PtzSample& sample : kPtzSamples) {
     Bytes record(config::kPtzModel.size, 0);
-    config::StoreU32(record, kMark.offset, 1);
-    config::StoreU32(record, kNumber.offset, number++);
-    config::StoreI32(record, kBaud.offset, sample.baud);
-    config::StoreU32(record, kLineMode.offset, sample.line_mode);
-    config::StoreU8(record, kFirstLength.offset, sizeof kStopCommand);
-    config::StoreU8(record, kSecondLength.offset, sizeof kPanLeftCommand);
-    config::StoreU8(record, kNameLength.offset, static_cast<std::uint8_t>(sample.name.size()));
+    platform::StoreU32(record, kMark.offset, 1);
+    platform::StoreU32(record, kNumber.offset, number++);
+    platform::StoreI32(record, kBaud.offset, sample.baud);
+    platform::StoreU32(record, kLineMode.offset, sample.line_mode);
+    platform::StoreU8(record, kFirstLength.offset, sizeof kStopCommand);
+    platform::StoreU8(record, kSecondLength.offset, sizeof kPanLeftCommand);
+    platform::StoreU8(record, kNameLength.offset, static_cast<std::uint8_t>(sample.name.size()));
     record.insert(record.end(), std::begin(kStopCommand), std::end(kStopCommand));
     record.insert(record.end(), std::begin(kPanLeftCommand), std::end(kPanLeftCommand));
     Append(record, sample.name);
-    config::StoreU32(record, kSize.offset, static_cast<std::uint32_t>(record.size()));
+    platform::StoreU32(record, kSize.offset, static_cast<std::uint32_t>(record.size()));
     catalogue.insert(catalogue.end(), record.begin(), record.end());
   }
   return catalogue;
@@ -81,12 +81,12 @@ Bytes SampleSensorModelCatalogue() {
   Bytes catalogue;
   for (const SensorSample& sample : kSensorSamples) {
     Bytes record(config::kSensorModel.size, 0);
-    config::StoreU32(record, kType.offset, sample.type);
-    config::StoreU32(record, kNameLength.offset, static_cast<std::uint32_t>(sample.name.size()));
-    config::StoreU32(record, kUnitLength.offset, static_cast<std::uint32_t>(sample.unit.size()));
+    platform::StoreU32(record, kType.offset, sample.type);
+    platform::StoreU32(record, kNameLength.offset, static_cast<std::uint32_t>(sample.name.size()));
+    platform::StoreU32(record, kUnitLength.offset, static_cast<std::uint32_t>(sample.unit.size()));
     Append(record, sample.name);
     Append(record, sample.unit);
-    config::StoreU32(record, kSize.offset, static_cast<std::uint32_t>(record.size()));
+    platform::StoreU32(record, kSize.offset, static_cast<std::uint32_t>(record.size()));
     catalogue.insert(catalogue.end(), record.begin(), record.end());
   }
   return catalogue;

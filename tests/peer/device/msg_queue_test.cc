@@ -1,6 +1,6 @@
 // The message-queue wrappers on real private queues: the bytes that cross
 // the queue, the silent refusals and the errno lines.
-#include "handlers/device/msg_queue.h"
+#include "platform/msg_queue.h"
 
 #include <gtest/gtest.h>
 #include <sys/ipc.h>
@@ -47,14 +47,14 @@ TEST_F(PrivateQueue, ReceiveGivesTypeAndTextAndTheirLength) {
   HostMessage sent{0x1234567, {9, 8, 7, 6, 5}};
   ASSERT_EQ(msgsnd(queue_, &sent, 5, 0), 0);
 
-  std::array<uint8_t, device::kMsgBufferSize> buffer{};
+  std::array<uint8_t, platform::kMsgBufferSize> buffer{};
   ASSERT_EQ(AdvMgRcvMsgQ(queue_, buffer), 9);
   EXPECT_EQ(Bytes(buffer.begin(), buffer.begin() + 9), Bytes({0x67, 0x45, 0x23, 0x01, 9, 8, 7, 6, 5}));
 }
 
 TEST_F(PrivateQueue, TryReceiveIsQuietWhileNothingWaits) {
   ASSERT_GE(queue_, 0);
-  std::array<uint8_t, device::kMsgBufferSize> buffer{};
+  std::array<uint8_t, platform::kMsgBufferSize> buffer{};
   int result = -2;
 
   const harness::Captured captured = harness::CaptureStdio([&] { result = AdvMgTryRcvMsgQ(queue_, buffer); });
@@ -97,7 +97,7 @@ TEST_F(PrivateQueue, ReplyLongerThanTheBufferIsAnError) {
   ASSERT_GE(queue_, 0);
   HostMessage sent{1, {}};
   ASSERT_EQ(msgsnd(queue_, &sent, 257, 0), 0);
-  std::array<uint8_t, device::kMsgBufferSize> buffer{};
+  std::array<uint8_t, platform::kMsgBufferSize> buffer{};
   int result = 0;
 
   const harness::Captured captured = harness::CaptureStdio([&] { result = AdvMgRcvMsgQ(queue_, buffer); });
@@ -110,7 +110,7 @@ TEST_F(PrivateQueue, ReplyLongerThanTheBufferIsAnError) {
 
 TEST(MsgQueueErrors, InvalidQueueLines) {
   const Bytes message = {1, 0, 0, 0, 'x'};
-  std::array<uint8_t, device::kMsgBufferSize> buffer{};
+  std::array<uint8_t, platform::kMsgBufferSize> buffer{};
   int send_result = 0;
   int receive_result = 0;
 

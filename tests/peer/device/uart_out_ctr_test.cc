@@ -18,7 +18,7 @@
 #include <thread>
 #include <vector>
 
-#include "handlers/device/device_handlers.h"
+#include "handlers/handler.h"
 #include "harness/expected_pages.h"
 #include "harness/in_process.h"
 #include "harness/process.h"

@@ -12,9 +12,9 @@
 #include <string>
 
 #include "config/svc_cfg_file.h"
-#include "ftp/ftp_handlers.h"
-#include "ftp/ftp_internal.h"
+#include "ftp/client/ftp_internal.h"
 #include "ftp/ftp_ops.h"
+#include "handlers/handler.h"
 #include "harness/capture.h"
 #include "harness/device_root.h"
 #include "harness/ftp_script_server.h"

@@ -12,9 +12,9 @@
 #include <string>
 #include <vector>
 
-#include "ftp/ftp_internal.h"
+#include "ftp/client/ftp_client.h"
+#include "ftp/client/ftp_internal.h"
 #include "ftp/ftp_ops.h"
-#include "ftp/ftplib_glob.h"
 #include "harness/capture.h"
 #include "harness/ftp_script_server.h"
 #include "pyftpd_server.h"

@@ -262,20 +262,6 @@ TEST(RecordLayout, AlternativesAreFoundPlainAndQualified) {
             config::FindField(config::kSensorConf, "OsdStartX").offset);
 }
 
-TEST(SvcFiles, ServiceTableMatchesTheKnownFiles) {
-  for (int id = 0; id < kSvcCount; ++id) {
-    const SvcFile* file = FindSvcFile(id);
-    ASSERT_NE(file, nullptr);
-    EXPECT_EQ(std::string_view(file->file_name), config::kKnownFiles[id].file_name);
-    EXPECT_EQ(file->layout, config::kKnownFiles[id].layout);
-    EXPECT_EQ(config::kKnownFiles[id].scope, config::FileScope::kModule);
-  }
-  EXPECT_EQ(FindSvcFile(-1), nullptr);
-  EXPECT_EQ(FindSvcFile(kSvcCount), nullptr);
-  EXPECT_EQ(SSVCID_MAIL, 0);
-  EXPECT_EQ(SSVCID_CALL, kSvcCount - 1);
-}
-
 // The condition table of each entry is the first of three condition records
 // that a walk of the record finds there, and every condition record of the
 // record belongs to one such table.

@@ -40,10 +40,10 @@ int FillsWholeBuffer(char* err_msg) {
 }
 
 constexpr CgiHandlerEntry kTestTable[] = {
-    {"fails.cgi", FailsWithMessage}, {"silent.cgi", FailsSilently},
-    {"answers.cgi", AnswersItself},  {"ok.cgi", Succeeds},
-    {"full.cgi", FillsWholeBuffer},  {"missing.cgi", nullptr},
-    {"fails.cgi", FailsSilently},    {nullptr, nullptr},
+    {"fails.cgi", "", FailsWithMessage}, {"silent.cgi", "", FailsSilently},
+    {"answers.cgi", "", AnswersItself},  {"ok.cgi", "", Succeeds},
+    {"full.cgi", "", FillsWholeBuffer},  {"missing.cgi", "", nullptr},
+    {"fails.cgi", "", FailsSilently},    {nullptr, nullptr, nullptr},
 };
 
 harness::InProcessResult Dispatch(harness::InProcess& process, const char* argv0) {

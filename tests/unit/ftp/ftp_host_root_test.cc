@@ -6,8 +6,8 @@
 #include <cstdlib>
 #include <string>
 
-#include "ftp/ftp_internal.h"
-#include "ftp/ftplib_glob.h"
+#include "ftp/client/ftp_client.h"
+#include "ftp/client/ftp_internal.h"
 #include "ftp/server_name.h"
 #include "harness/capture.h"
 #include "harness/in_process.h"

@@ -6,9 +6,9 @@
 #include <cstring>
 #include <string>
 
-#include "ftp/ftp_internal.h"
-#include "ftp/ftp_mem_file.h"
-#include "ftp/ftplib_glob.h"
+#include "ftp/client/ftp_client.h"
+#include "ftp/client/ftp_internal.h"
+#include "ftp/client/ftp_mem_file.h"
 #include "harness/capture.h"
 
 namespace {

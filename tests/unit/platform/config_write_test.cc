@@ -18,7 +18,7 @@
 #include <string>
 #include <vector>
 
-#include "config/tcfg_util.h"
+#include "config/text/tcfg_util.h"
 #include "harness/capture.h"
 #include "platform/command.h"
 #include "platform/file_lock.h"
