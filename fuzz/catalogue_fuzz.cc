@@ -46,11 +46,11 @@ struct CatalogueCase {
 
 constexpr CatalogueCase kCases[] = {
     {"PtzModel.bin", "nxptzset.cgi", "NxCgiVer=1&PtzDeviceId=%d&PtzBaudRateIdx=255&PtzLineMode=255",
-     &config::kPtzModel, config::kPtzModel.size},
+     &config::kPtzModel, 68},
     {"SensorModel.bin", "nxsnsset.cgi",
      "NxCgiVer=1&SensorModel=%d&SnsAimPosition=1&LinkedModId=2&OsdStartX=3&RelayIpAddr=10.0.0.1&"
      "SnsInitStream=ab",
-     &config::kSensorModel, config::kSensorModel.size},
+     &config::kSensorModel, 44},
 };
 
 }  // namespace

@@ -30,6 +30,8 @@ constexpr FieldRef kRelayIpAddr = MustFind(config::kSensorConf, "RelayIpAddr");
 constexpr FieldRef kInitStream = MustFind(config::kSensorConf, "SnsInitStream");
 constexpr FieldRef kInitStreamLength = MustFind(config::kSensorConf, "SnsInitStreamLen");
 constexpr FieldRef kModelType = MustFind(config::kSensorModel, "ModelType");
+// A model counts when its record was read as far as its type word.
+constexpr uint32_t kModelWordsEnd = kModelType.offset + kModelType.width;
 
 uint8_t g_sensor_image[config::kSensorConf.size];
 
@@ -90,7 +92,7 @@ FieldSet SelectFieldSet(std::span<uint8_t> conf) {
   config::CatalogueRecord models[config::kMaxCatalogueModels];
   int model_count = 0;
   if (bytes.size() >= config::kSensorModel.size) {
-    model_count = config::WalkCatalogue(bytes, config::kSensorModel, config::kSensorModel.size, models).count;
+    model_count = config::WalkCatalogue(bytes, config::kSensorModel, kModelWordsEnd, models).count;
   }
 
   uint32_t given = 0;

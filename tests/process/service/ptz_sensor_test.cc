@@ -176,7 +176,23 @@ INSTANTIATE_TEST_SUITE_P(Cases, PtzSet,
                                                  {},
                                                  1,
                                                  5,
-                                                 kAsBefore}),
+                                                 kAsBefore},
+                                         // 1596 bytes: the second record is cut after its
+                                         // line mode word (68 bytes are needed of it).
+                                         PtzCase{"CatalogueCutInsideTheLastRecordStillHasIt",
+                                                 "PtzDeviceId=1&PtzBaudRateIdx=255&PtzLineMode=255",
+                                                 PtzCatalogue(kThreeModels).substr(0, kPtzRecordBytes + 76),
+                                                 {},
+                                                 1,
+                                                 7,
+                                                 3},
+                                         PtzCase{"CatalogueCutBeforeTheLineModeWordLacksTheModel",
+                                                 "PtzDeviceId=1&PtzBaudRateIdx=255&PtzLineMode=255",
+                                                 PtzCatalogue(kThreeModels).substr(0, kPtzRecordBytes + 67),
+                                                 {},
+                                                 1,
+                                                 6,
+                                                 1}),
                          [](const auto& info) { return std::string(info.param.test_name); });
 
 TEST(PtzSet, ControlModeAndModuleFlagsAndAddresses) {
@@ -406,6 +422,29 @@ INSTANTIATE_TEST_SUITE_P(
                      harness::PutU8(b, 11, 0x0a);
                      harness::PutU16(b, 12, 8000);
                      harness::PutU16(b, 14, 8001);
+                     ExpectCommonFields(b);
+                   }},
+        // 348 bytes: the second record is cut after its type word (44 bytes
+        // are needed of it).
+        SensorCase{"CatalogueCutInsideTheLastRecordStillHasIt", "SensorModel=1&" + kAllFields,
+                   kTypes0433.substr(0, kSensorRecordBytes + 48), -1,
+                   [](Bytes& b) {
+                     harness::PutU32(b, 4, 1);
+                     harness::PutU8(b, 8, 0xc0);
+                     harness::PutU8(b, 9, 0xa8);
+                     harness::PutU8(b, 10, 0x00);
+                     harness::PutU8(b, 11, 0x0a);
+                     harness::PutU16(b, 12, 8000);
+                     harness::PutU16(b, 14, 8001);
+                     ExpectCommonFields(b);
+                   }},
+        SensorCase{"CatalogueCutBeforeTheTypeWordLacksTheModel", "SensorModel=1&" + kAllFields,
+                   kTypes0433.substr(0, kSensorRecordBytes + 43), 0,
+                   [](Bytes& b) {
+                     harness::PutU32(b, 4, 0xffffffff);
+                     harness::PutU32(b, 8, 11);
+                     harness::PutU32(b, 12, 12);
+                     harness::PutU32(b, 16, 13);
                      ExpectCommonFields(b);
                    }},
         SensorCase{"BadRelayAddressChangesNothing", "RelayIpAddr=192.168.0", kTypes0433, 1, [](Bytes&) {}},
