@@ -17,8 +17,10 @@ struct Ids {
   int port_as_printed = -1;  // as the mail port handler reports it
 };
 
+// The ids are read through the handler's value buffer, as its fields are.
 bool ReadIds(const ServiceSettingsHandler& handler, Ids* ids) {
-  char buffer[kFieldBufferSize];
+  char text[kWideFieldBufferSize];
+  const std::span<char> buffer(text, static_cast<std::size_t>(handler.value_buffer_size));
   const IdField module = ReadModuleIdField(buffer);
   if (!IsValidId(module)) return false;
   ids->module = static_cast<int>(module.value);

@@ -39,7 +39,7 @@ struct ServiceSettingsHandler {
   bool port_level;
   bool port_id_low16;     // PortId compared by its low 16 bits, not the whole value
   bool reports_failures;  // prints its failures into the page
-  int value_buffer_size;  // every value is read through this many bytes
+  int value_buffer_size;  // every value and id is read through this many bytes
   std::span<const SettingsField> fields;
 };
 

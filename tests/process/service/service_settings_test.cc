@@ -213,6 +213,12 @@ INSTANTIATE_TEST_SUITE_P(
                       harness::PutString(b, 432, std::string(31, 'u'));
                     },
                     ""},
+        // Ids and version are read through the same 256-byte buffer as the
+        // values: 141 characters each.
+        ServiceCase{"IdsOfLongTextFitTheLargerBuffer", "nxdicgiport.cgi", kDiCgi,
+                    "NxModId=" + std::string(140, '0') + "1&NxCgiVer=" + std::string(140, '0') +
+                        "1&PortId=" + std::string(140, '0') + "2&CgiName=long",
+                    [](Bytes& b) { harness::PutString(b, DiCgiPort(2), "long"); }, ""},
         ServiceCase{"PortCgiName", "nxdicgiport.cgi", kDiCgi,
                     "NxModId=1&NxCgiVer=1&PortId=65539&CgiName=a%0Ab",
                     [](Bytes& b) { harness::PutString(b, DiCgiPort(3), "a\nb"); }, ""},
