@@ -25,7 +25,7 @@ ensure_packages "${NXCGI_BUILD_PACKAGES[@]}" netbase python3-pyftpdlib curl valg
 
 # --- Build --------------------------------------------------------------------
 build=$repo/build-bench
-cmake -S . -B "$build" -G Ninja -DNXCGI_BUILD_TESTS=OFF >/dev/null
+cmake --preset host -B "$build" -DNXCGI_BUILD_TESTS=OFF >/dev/null
 ninja -C "$build" -j2 nxcgi nxconf ftp_download >/dev/null
 # NXCGI_BENCH_NXCGI measures another nxcgi executable (an experiment) in the same setting.
 nxcgi=${NXCGI_BENCH_NXCGI:-$build/bin/nxcgi}
@@ -229,7 +229,7 @@ fi
 
 # --- The ARM executable -------------------------------------------------------
 arm_build=$repo/build-arm
-cmake -S . -B "$arm_build" -G Ninja -DCMAKE_TOOLCHAIN_FILE=cmake/arm-linux-gnueabihf.cmake >/dev/null
+cmake --preset arm -B "$arm_build" >/dev/null
 ninja -C "$arm_build" -j2 nxcgi >/dev/null
 arm-linux-gnueabihf-strip -o "$work/nxcgi.arm" "$arm_build/bin/nxcgi"
 arm_size=$(stat -c %s "$work/nxcgi.arm")

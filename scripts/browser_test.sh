@@ -10,7 +10,7 @@ ensure_packages "${NXCGI_BUILD_PACKAGES[@]}" "${NXCGI_SIM_PACKAGES[@]}" "${NXCGI
 command -v npm >/dev/null || ensure_packages nodejs npm
 
 build_dir=${NXCGI_BUILD_DIR:-build}
-[ -f "$build_dir/CMakeCache.txt" ] || cmake -S . -B "$build_dir" -G Ninja >/dev/null
+[ -f "$build_dir/CMakeCache.txt" ] || cmake --preset host -B "$build_dir" >/dev/null
 ninja -C "$build_dir" -j2 nxcgi nxconf >/dev/null
 build_dir=$(cd "$build_dir" && pwd)
 

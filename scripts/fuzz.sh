@@ -5,7 +5,8 @@
 #
 # Each harness starts from its seed corpus (fuzz/corpus/<harness>) and the
 # kept regression inputs (fuzz/regressions/<harness>); new inputs go to
-# build-fuzz/corpus/<harness>, crashes to build-fuzz/artifacts/<harness>/.
+# build-fuzz/corpus/<harness>, crashes to build-fuzz/artifacts/<harness>/
+# (preset fuzz).
 # A crash fails the script: fix it, then keep the input under
 # fuzz/regressions/<harness>/ so that the normal test run replays it.
 # The last line of each harness's log (build-fuzz/logs/) gives the executions.
@@ -19,11 +20,9 @@ shift || true
 harnesses=("$@")
 [ ${#harnesses[@]} -gt 0 ] || harnesses=(form_parser tcfg ftp_reply catalogue dispatcher)
 
-build_dir=${NXCGI_FUZZ_BUILD_DIR:-build-fuzz}
-cmake -S . -B "$build_dir" -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo \
-  -DCMAKE_C_COMPILER=clang-14 -DCMAKE_CXX_COMPILER=clang++-14 \
-  -DNXCGI_FUZZ=ON -DNXCGI_BUILD_TESTS=OFF >/dev/null
-ninja -C "$build_dir" -j2 "${harnesses[@]/%/_fuzz}" nxconf
+build_dir=build-fuzz
+cmake --preset fuzz >/dev/null
+cmake --build --preset fuzz -j2 --target "${harnesses[@]/%/_fuzz}" nxconf
 
 build_abs=$(cd "$build_dir" && pwd)
 failed=0

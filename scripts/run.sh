@@ -7,8 +7,8 @@ source scripts/lib/packages.sh
 ensure_packages "${NXCGI_BUILD_PACKAGES[@]}"
 
 build_dir=${NXCGI_BUILD_DIR:-build}
-cmake -S . -B "$build_dir" -G Ninja >/dev/null
-ninja -C "$build_dir" nxcgi $(ls src/tools/nxconf/*.cc >/dev/null 2>&1 && echo nxconf) >/dev/null
+cmake --preset host -B "$build_dir" >/dev/null
+cmake --build "$build_dir" --target nxcgi nxconf >/dev/null
 
 root=$(mktemp -d /tmp/nxcgi-device-XXXXXX)
 bash scripts/lib/make_device_root.sh "$build_dir" "$root"

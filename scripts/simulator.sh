@@ -67,7 +67,7 @@ ftp_dir=$sim_dir/ftp
 python=/usr/bin/python3
 uart_key=0x20030922
 
-[ -f "$build_dir/CMakeCache.txt" ] || cmake -S . -B "$build_dir" -G Ninja >/dev/null
+[ -f "$build_dir/CMakeCache.txt" ] || cmake --preset host -B "$build_dir" >/dev/null
 ninja -C "$build_dir" -j2 nxcgi nxconf >/dev/null
 build_dir=$(cd "$build_dir" && pwd)
 nxconf=$build_dir/bin/nxconf

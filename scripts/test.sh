@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
 # The whole test command, on a fresh Debian machine: installs what is
-# missing, builds, and runs every test in stages:
+# missing, builds, and runs every test in stages, each stage with its preset
+# of CMakePresets.json:
 #   host        the host build and its ctest: unit, cgi, peer and browser tests
 #   sanitizers  every test again, built with AddressSanitizer and UBSan
 #   valgrind    the process-level tests with every nxcgi under valgrind
@@ -22,9 +23,9 @@ for stage in $stages; do
         "${NXCGI_BROWSER_PACKAGES[@]}"
       command -v npm >/dev/null || ensure_packages nodejs npm
       build_dir=${NXCGI_BUILD_DIR:-build}
-      cmake -S . -B "$build_dir" -G Ninja -DNXCGI_BROWSER_TESTS=ON >/dev/null
-      ninja -C "$build_dir"
-      ctest --test-dir "$build_dir" --output-on-failure -j"$(nproc)" "$@"
+      cmake --preset host -B "$build_dir" >/dev/null
+      cmake --build "$build_dir"
+      ctest --preset host --test-dir "$build_dir" -j"$(nproc)" "$@"
       ;;
     sanitizers) bash scripts/test_sanitizers.sh ;;
     valgrind) bash scripts/test_valgrind.sh ;;
