@@ -27,7 +27,8 @@ void Check(bool condition) {
 // bytes, and records follow each other.
 void CheckWalk(std::span<const uint8_t> bytes, const config::Layout& fixed_part, uint32_t needed) {
   config::CatalogueRecord records[config::kMaxCatalogueModels];
-  const config::CatalogueWalk walk = config::WalkCatalogue(bytes, fixed_part, needed, records);
+  const config::CatalogueWalk walk =
+      config::WalkCatalogue(bytes, config::ShapeOf(fixed_part), needed, records);
   Check(walk.count >= 0 && walk.count <= config::kMaxCatalogueModels);
   for (int i = 0; i < walk.count; ++i) {
     Check(static_cast<uint64_t>(records[i].offset) + needed <= bytes.size());

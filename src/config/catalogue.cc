@@ -8,10 +8,9 @@
 
 namespace config {
 
-CatalogueWalk WalkCatalogue(std::span<const std::uint8_t> bytes, const Layout& fixed_part,
-                            std::uint32_t needed, std::span<CatalogueRecord> records) {
-  const std::uint32_t size_offset = FindField(fixed_part, "RecordSize").offset;
-  if (needed < size_offset + 4) needed = size_offset + 4;
+CatalogueWalk WalkCatalogue(std::span<const std::uint8_t> bytes, CatalogueShape shape, std::uint32_t needed,
+                            std::span<CatalogueRecord> records) {
+  if (needed < shape.size_offset + 4) needed = shape.size_offset + 4;
   CatalogueWalk walk;
   std::uint64_t offset = 0;
   while (offset < bytes.size()) {
@@ -25,10 +24,10 @@ CatalogueWalk WalkCatalogue(std::span<const std::uint8_t> bytes, const Layout& f
       walk.end = CatalogueEnd::kCutShort;
       return walk;
     }
-    const std::uint32_t size = platform::LoadU32(bytes, offset + size_offset);
+    const std::uint32_t size = platform::LoadU32(bytes, offset + shape.size_offset);
     records[walk.count++] = {static_cast<std::uint32_t>(offset), size,
                              static_cast<std::uint32_t>(size < left ? size : left)};
-    if (size < fixed_part.size) {
+    if (size < shape.fixed_size) {
       walk.end = CatalogueEnd::kSizeTooSmall;
       walk.stop_offset = offset + size;
       return walk;

@@ -19,6 +19,18 @@ namespace config {
 // Room the handlers give a walk (more models than any catalogue file holds).
 inline constexpr int kMaxCatalogueModels = 128;
 
+// Where a catalogue's records keep what the walk needs: the size of the
+// fixed part and the offset of the RecordSize word. Taken from the layout at
+// compile time by the handlers, so their walk carries no layout tables.
+struct CatalogueShape {
+  std::uint32_t fixed_size;
+  std::uint32_t size_offset;
+};
+
+constexpr CatalogueShape ShapeOf(const Layout& fixed_part) {
+  return {fixed_part.size, FindField(fixed_part, "RecordSize").offset};
+}
+
 struct CatalogueRecord {
   std::uint32_t offset;   // where the record starts
   std::uint32_t size;     // as the record tells it
@@ -43,8 +55,8 @@ struct CatalogueWalk {
 // counts when at least `needed` of its bytes were read (the words its reader
 // takes from it; the size word is always needed). At most records.size()
 // records are stored.
-CatalogueWalk WalkCatalogue(std::span<const std::uint8_t> bytes, const Layout& fixed_part,
-                            std::uint32_t needed, std::span<CatalogueRecord> records);
+CatalogueWalk WalkCatalogue(std::span<const std::uint8_t> bytes, CatalogueShape shape, std::uint32_t needed,
+                            std::span<CatalogueRecord> records);
 
 // Reads a catalogue from the configuration root, or from the factory copy
 // below the web root when the root's copy is missing or its size is not in

@@ -49,6 +49,7 @@ constexpr FieldRef kCatalogMark = MustFind(config::kPtzModel, "CatalogMark");
 constexpr FieldRef kDefaultBaud = MustFind(config::kPtzModel, "DefaultBaud");
 constexpr FieldRef kDefaultLineMode = MustFind(config::kPtzModel, "DefaultLineMode");
 // A model counts when its record was read as far as the words taken from it.
+constexpr config::CatalogueShape kPtzModelShape = config::ShapeOf(config::kPtzModel);
 constexpr uint32_t kModelWordsEnd = kDefaultLineMode.offset + kDefaultLineMode.width;
 static_assert(kDefaultBaud.offset < kDefaultLineMode.offset);
 
@@ -94,7 +95,7 @@ ModelDefaults FindModelDefaults(uint16_t device_id) {
   const std::span<const uint8_t> bytes(buffer, count > 0 ? static_cast<std::size_t>(count) : 0);
   if (bytes.size() >= config::kPtzModel.size && config::LoadNumber(bytes, kCatalogMark) == 1) {
     config::CatalogueRecord models[config::kMaxCatalogueModels];
-    const int model_count = config::WalkCatalogue(bytes, config::kPtzModel, kModelWordsEnd, models).count;
+    const int model_count = config::WalkCatalogue(bytes, kPtzModelShape, kModelWordsEnd, models).count;
     int model = static_cast<int16_t>(device_id);
     if (model < 0) model = 0;
     if (model < model_count) {

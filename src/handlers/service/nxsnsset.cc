@@ -31,6 +31,7 @@ constexpr FieldRef kInitStream = MustFind(config::kSensorConf, "SnsInitStream");
 constexpr FieldRef kInitStreamLength = MustFind(config::kSensorConf, "SnsInitStreamLen");
 constexpr FieldRef kModelType = MustFind(config::kSensorModel, "ModelType");
 // A model counts when its record was read as far as its type word.
+constexpr config::CatalogueShape kSensorModelShape = config::ShapeOf(config::kSensorModel);
 constexpr uint32_t kModelWordsEnd = kModelType.offset + kModelType.width;
 
 uint8_t g_sensor_image[config::kSensorConf.size];
@@ -92,7 +93,7 @@ FieldSet SelectFieldSet(std::span<uint8_t> conf) {
   config::CatalogueRecord models[config::kMaxCatalogueModels];
   int model_count = 0;
   if (bytes.size() >= config::kSensorModel.size) {
-    model_count = config::WalkCatalogue(bytes, config::kSensorModel, kModelWordsEnd, models).count;
+    model_count = config::WalkCatalogue(bytes, kSensorModelShape, kModelWordsEnd, models).count;
   }
 
   uint32_t given = 0;

@@ -26,7 +26,8 @@ std::vector<RecordSpan> SplitCatalogue(const LoadedFile& file) {
     Die("%s: empty file, %.*s needs records", file.path.c_str(), int(layout.name.size()), layout.name.data());
   // Every record but the last is at least its fixed part long.
   std::vector<config::CatalogueRecord> found(total / layout.size + 1);
-  const config::CatalogueWalk walk = config::WalkCatalogue(file.bytes, layout, layout.size, found);
+  const config::CatalogueWalk walk =
+      config::WalkCatalogue(file.bytes, config::ShapeOf(layout), layout.size, found);
   const auto stop = static_cast<std::uint32_t>(walk.stop_offset);
   switch (walk.end) {
     case config::CatalogueEnd::kCutShort:
