@@ -19,7 +19,6 @@ work=$(mktemp -d "${TMPDIR:-/tmp}/ftp-bench-XXXXXX")
 server_pid=
 cleanup() {
   set +e
-  exec 3>&-
   if [ -n "$server_pid" ]; then
     kill "$server_pid" 2>/dev/null
     wait "$server_pid" 2>/dev/null
@@ -30,11 +29,10 @@ trap cleanup EXIT
 mkdir "$work/home" "$work/out"
 head -c $((size_mib * 1024 * 1024)) /dev/urandom >"$work/home/big.bin"
 
-# The server lives until its standard input closes.
-mkfifo "$work/in"
-/usr/bin/python3 "$here/../tests/peer/ftp/pyftpd_launcher.py" "$work/home" cam secret <"$work/in" >"$work/port" &
+# The simulator's FTP server (port 0: it prints the port it chose).
+mkdir -p "$work/var/log"
+/usr/bin/python3 "$here/../sim/devices.py" ftpd "$work" "$work/home" 0 cam secret >"$work/port" &
 server_pid=$!
-exec 3>"$work/in"
 for _ in $(seq 50); do [ -s "$work/port" ] && break; sleep 0.1; done
 port=$(head -n1 "$work/port")
 

@@ -47,7 +47,7 @@ for program in pair_runs empty trivial_cgi; do
 done
 
 root=$work/root
-bash scripts/lib/make_device_root.sh "$build" "$root" >/dev/null
+bash sim/make_device_root.sh "$build" "$root" >/dev/null
 cp "$root/web/index.html" "$root/web/mail.html"
 names=$(sed -n 's/^ *{"\([a-z]*\.cgi\)".*/\1/p' src/front/handler_table.cc)
 mkdir -p "$work/docroot/cgi-bin"
@@ -142,10 +142,9 @@ declare -A memory_forms=(
 # nxftpbinget.cgi fetches a 1 MiB file from a local FTP server.
 mkdir -p "$work/ftp-home"
 head -c $((1024 * 1024)) /dev/urandom >"$work/ftp-home/image.bin"
-mkfifo "$work/ftp-in"
-/usr/bin/python3 tests/peer/ftp/pyftpd_launcher.py "$work/ftp-home" cam secret <"$work/ftp-in" >"$work/ftp-port" &
+mkdir -p "$work/var/log"
+/usr/bin/python3 sim/devices.py ftpd "$work" "$work/ftp-home" 0 cam secret >"$work/ftp-port" &
 server_pid=$!
-exec 3>"$work/ftp-in"
 for _ in $(seq 50); do [ -s "$work/ftp-port" ] && break; sleep 0.1; done
 memory_forms[nxftpbinget.cgi]="NxCgiVer=1&ServerIp=127.0.0.1&User=cam&Passwd=secret&FtpCtrlPort=$(head -n1 "$work/ftp-port")&FileNames=image.bin&LocalDir=/tmp/"
 
@@ -159,7 +158,7 @@ for name in $names; do
   [ "$rss" -gt "$largest_rss" ] && largest_rss=$rss
 done
 
-exec 3>&-
+kill "$server_pid"
 wait "$server_pid" 2>/dev/null || true
 server_pid=
 

@@ -1,44 +1,86 @@
-// The device root the in-process harnesses run handlers over. It is made once
-// per process (nxconf init), with the commands recorded instead of run and
-// the pauses skipped, and after every input it is put back as it was made, so
-// that an input behaves the same whatever ran before it.
+// The device root the catalogue and dispatcher harnesses run handlers over:
+// made by sim/make_device_root.sh once per process, before main, and copied
+// afresh after every input, so that an input behaves the same whatever ran
+// before it.
 //
 // What keeps a run inside the sandbox:
 // - NXCGI_ROOT maps every absolute device path below the root, and during a
-//   run the working directory is a scratch directory in it (relative paths);
-// - inputs whose form texts hold ".." are not run (they would climb out);
+//   run the working directory is the root's /scratch (relative paths);
+// - commands are answered as done, never run; pauses are skipped;
+// - forms whose texts hold ".." are not run (they would climb out);
 // - the pid files whose numbers the handlers signal are directories, so that
 //   they can be neither written nor read;
-// - FTP servers are 127.0.0.1 at a port bound by the harness and never
-//   listened on, so that every connection is refused at once.
+// - FTP servers, in the forms and in the upload services' files, are
+//   127.0.0.1 at a port bound and never listened on: connections are refused.
 #pragma once
 
-#include <cstdint>
-#include <string>
+#include "cgi/cgi_request.h"
+#include "config/svc_cfg_file.h"
+#include "front/dispatcher.h"
+#include "ftp/client/ftp_internal.h"
+#include "fuzz_target.h"
+#include "platform/command.h"
+#include "platform/file_lock.h"
+#include "platform/sleep.h"
 
 namespace fuzz {
 
-// Makes the root (once) and sets the process up for running handlers.
-void SetUpSandbox();
-const std::string& SandboxPath();
-std::string SandboxHostPath(const std::string& device_path);
-// The FTP control port that refuses every connection, as text.
-const char* RefusingPortText();
+namespace fs = std::filesystem;
 
-// Puts the process-wide state of the product back as a new process has it.
-void ResetProductState();
-// A run's working directory is the scratch directory of the root; outside
-// runs it is the one the process started in (libFuzzer's corpus and
-// artifact paths are relative to it).
-void EnterSandbox();
-void LeaveSandbox();
-// Undoes every change a run made below the root.
-void RestoreSandbox();
+struct Sandbox {
+  Sandbox() {
+    // Bound but never listened on: connections are refused at once, and nobody else can take the port.
+    const int refusing = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
+    sockaddr_in address = {AF_INET, 0, {htonl(INADDR_LOOPBACK)}, {}};
+    socklen_t length = sizeof address;
+    bind(refusing, reinterpret_cast<sockaddr*>(&address), length);
+    getsockname(refusing, reinterpret_cast<sockaddr*>(&address), &length);
+    port = std::to_string(ntohs(address.sin_port));
+    const std::string command =
+        "bash " NXCGI_SOURCE_DIR "/sim/make_device_root.sh " NXCGI_BUILD_DIR " " + factory + " && cd " +
+        factory + " && for f in opt/vsb/etc/NxConf/*/Ftp*SvcConf.bin; do ${NXCONF:-" +
+        NXCGI_BUILD_DIR "/bin/nxconf} set $f ServerIp=127.0.0.1 FtpCtrlPort=" + port +
+        " >/dev/null || exit 1; done && mkdir scratch var/run/nxcamctld.pid var/run/isensd.pid";
+    if (port == "0" || std::system(command.c_str()) != 0) std::abort();
+    fs::copy(factory, root, fs::copy_options::recursive);
+    setenv("NXCGI_ROOT", root.c_str(), 1);
+    platform::SetCommandRunner([](const char*, const char*) { return 0; });
+    platform::SetSleeper([](unsigned long long) {});
+    if (std::freopen("/dev/null", "w", stdout) == nullptr) std::abort();  // pages go nowhere
+  }
+  ~Sandbox() { fs::remove_all(base); }
+  // In memory when it can be: every run copies the tree.
+  std::string base =
+      mkdtemp(((fs::is_directory("/dev/shm") ? "/dev/shm" : "/tmp") + std::string("/nxfuzz-XXXXXX")).data());
+  std::string factory = base + "/factory", root = base + "/root", port;  // port: refuses every FTP connection
+};
 
-// Writes a whole file below the root (device path).
-void WriteSandboxFile(const std::string& device_path, const uint8_t* data, std::size_t size);
+// Made before main: a harness that includes this header runs in it.
+inline const Sandbox sandbox;
 
-// Makes the form safe to run (see above); false when the input must be skipped.
-bool GuardForm();
+// Runs the CGI over the url-encoded form in the sandbox, then copies the root
+// afresh and puts the process-wide state back as a new process has it.
+inline void RunCgi(const char* cgi_name, const char* form, std::size_t length) {
+  static const fs::path outside = fs::current_path();  // libFuzzer's relative paths start there
+  fs::current_path(sandbox.root + "/scratch");
+  // Two dots with only CR and LF between them: the single-line accessor drops those.
+  static const std::regex climbing("\\.[\r\n]*\\.");
+  bool safe = CgiParseForm(form, length) == 0;
+  for (CgiFormEntry* e = CgiFormHead(); e != nullptr; e = e->next) {
+    for (const char* text : {e->name, e->value}) safe &= !std::regex_search(text, climbing);
+    if (!std::strcmp(e->name, "ServerIp")) std::free(std::exchange(e->value, strdup("127.0.0.1")));
+    if (!std::strcmp(e->name, "FtpCtrlPort"))
+      std::free(std::exchange(e->value, strdup(sandbox.port.c_str())));
+  }
+  char* argv[] = {const_cast<char*>(cgi_name), nullptr};
+  if (safe) CgiDispatch(1, argv);
+  CgiFreeForm();
+  ClearSvcImages();
+  ftp_reset_process_state();
+  platform::UnlockAllFiles();
+  fs::current_path(outside);
+  fs::remove_all(sandbox.root);
+  fs::copy(sandbox.factory, sandbox.root, fs::copy_options::recursive);
+}
 
 }  // namespace fuzz

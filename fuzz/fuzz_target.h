@@ -1,10 +1,27 @@
-// The entry points every harness defines. Built with -fsanitize=fuzzer they
-// are driven by libFuzzer; in the normal build replay_main.cc runs them over
-// the kept regression inputs and the seed corpus.
+// What every harness uses: the entry point it defines (libFuzzer drives it in
+// the fuzz build, replay_main.cc runs it over the kept inputs in the tests),
+// Check, and the standard and system headers.
 #pragma once
 
-#include <cstddef>
-#include <cstdint>
+#include <arpa/inet.h>
+#include <sys/msg.h>
+#include <sys/socket.h>
+#include <unistd.h>
 
-extern "C" int LLVMFuzzerInitialize(int* argc, char*** argv);
+#include <algorithm>
+#include <cstdint>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <filesystem>
+#include <fstream>
+#include <regex>
+#include <span>
+#include <string>
+#include <utility>
+#include <vector>
+
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, std::size_t size);
+
+// A broken promise of the code under test stops the run as a sanitizer finding does.
+inline void Check(bool condition) { condition ? void() : __builtin_trap(); }

@@ -278,7 +278,7 @@ read -r -d '' MUTANTS <<'EOF' || true
 + return platform::LoadU32(bytes, ref.offset);
 == rec04 src/config/svc_files.h | the condition table offset misses the port's condition offset
 - return ports.offset + static_cast<std::uint32_t>(entry) * ports.stride + conds.offset;
-+ return ports.offset + static_cast<std::uint32_t>(entry) * ports.stride;
++ return ports.offset + static_cast<std::uint32_t>(entry) * ports.stride + 0 * conds.offset;
 == rec05 src/config/cfg_file.cc | a missing module directory is not made
 - if (!DirectoryOpens(path.c_str()) && MakeCfgDirPath(path.c_str()) != 0) {
 + if (!DirectoryOpens(path.c_str())) {

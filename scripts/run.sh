@@ -11,7 +11,7 @@ cmake --preset host -B "$build_dir" >/dev/null
 cmake --build "$build_dir" --target nxcgi nxconf >/dev/null
 
 root=$(mktemp -d /tmp/nxcgi-device-XXXXXX)
-bash scripts/lib/make_device_root.sh "$build_dir" "$root"
+bash sim/make_device_root.sh "$build_dir" "$root"
 
 request=${1:-"NxCgiVer=1&Evt=boot&Valu1=42&RetPage=/index.html&NxModId=1&PortId=2"}
 name=${2:-nxevtnote.cgi}

@@ -83,7 +83,7 @@ if [ "$reuse" = 1 ] && [ -d "$root/opt/vsb/etc/NxConf" ]; then
   echo "== reusing the device root $root"
 else
   rm -rf "$root"
-  bash scripts/lib/make_device_root.sh "$build_dir" "$root"
+  bash sim/make_device_root.sh "$build_dir" "$root"
   echo "== fresh device root $root (factory defaults)"
 fi
 rm -f "$root"/var/run/*.pid

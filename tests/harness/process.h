@@ -1,8 +1,10 @@
-// Runs the real executable as the web server would: under a CGI name
-// (argv[0]), with a clean CGI environment, a body on standard input and a
-// host root, and returns the exit status and the exact bytes written.
+// Runs programs as the tests need them: the real nxcgi under a CGI name as
+// the web server starts it (a clean CGI environment, the form as query or
+// body, a host root), and any other program; gives the exit status and the
+// exact bytes written.
 #pragma once
 
+#include <cstdio>
 #include <optional>
 #include <string>
 #include <utility>
@@ -10,34 +12,34 @@
 
 namespace harness {
 
-struct CgiRequest {
-  std::string argv0;           // e.g. "/cgi-bin/nxmailsvc.cgi"
-  std::string method = "GET";  // REQUEST_METHOD; empty leaves it unset
-  std::string query;           // QUERY_STRING
-  std::string body;            // standard input
-  std::string content_type = "application/x-www-form-urlencoded";
-  std::optional<std::string> content_length;             // default: the body's length for POST
-  std::string root;                                      // NXCGI_ROOT; empty leaves it unset
-  std::vector<std::pair<std::string, std::string>> env;  // further variables
-  std::string binary;                                    // default: the built nxcgi
-};
+using Env = std::vector<std::pair<std::string, std::string>>;
 
 struct ProcessResult {
-  int exit_status = -1;  // 0..255, or -1 when killed by a signal
+  int exit_status = -1;  // 0..255, or -1 when a signal ended it
   std::string out;
   std::string err;
 };
 
+struct CgiRequest {
+  std::string cgi;              // "nxmailsvc.cgi"; started as /cgi-bin/<cgi>
+  std::string form;             // the body of a POST, the query of a GET
+  std::string root;             // NXCGI_ROOT
+  std::string method = "POST";  // empty: REQUEST_METHOD unset
+  std::string content_type = "application/x-www-form-urlencoded";
+  std::optional<std::string> content_length;  // default: the body's length
+  Env env;
+  std::string argv0;  // default: /cgi-bin/<cgi>
+};
+
 ProcessResult RunCgi(const CgiRequest& request);
+ProcessResult Post(const std::string& cgi, const std::string& form, const std::string& root);
 
-// Shorthands for the common cases.
-ProcessResult GetCgi(const std::string& cgi_name, const std::string& query, const std::string& root);
-ProcessResult PostCgi(const std::string& cgi_name, const std::string& body, const std::string& root);
+// Everything in the file from its start; the file is closed.
+std::string Contents(std::FILE* file);
 
-// Runs any program with arguments and environment additions; used for the
-// tools (nxconf) and helper scripts.
-ProcessResult RunProgram(const std::vector<std::string>& argv,
-                         const std::vector<std::pair<std::string, std::string>>& env = {},
+// A program of the build (bin/<name>).
+std::string BuiltProgram(const std::string& name);
+ProcessResult RunProgram(const std::vector<std::string>& argv, const Env& env = {},
                          const std::string& input = {});
 
 }  // namespace harness

@@ -1,0 +1,102 @@
+// Replacing configuration files through a temporary file and a rename, and
+// the edit locks that a save ends.
+#include "platform/config_write.h"
+
+#include <gtest/gtest.h>
+#include <signal.h>
+#include <sys/file.h>
+#include <sys/resource.h>
+#include <sys/stat.h>
+
+#include <filesystem>
+#include <fstream>
+#include <regex>
+#include <thread>
+
+#include "platform/file_lock.h"
+#include "harness/device_root.h"
+
+namespace {
+
+namespace fs = std::filesystem;
+constexpr const char* kConf = "/cfg/x.conf";
+
+struct Rooted : harness::DeviceRoot {
+  Rooted() { setenv("NXCGI_ROOT", path().c_str(), 1); }
+  ~Rooted() { unsetenv("NXCGI_ROOT"); }
+  long Entries(const char* directory) const {
+    return std::distance(fs::directory_iterator(Host(directory)), {});
+  }
+};
+
+platform::WriteStatus Write(const char* device_path, const std::string& bytes) {
+  return platform::WriteConfigFile(device_path, bytes.data(), bytes.size());
+}
+
+// The file a link leads to is replaced and keeps its mode; temporaries of
+// processes that are gone (99999999: beyond any pid) are removed. A write
+// that fails half-way (at the file size limit) leaves the file it replaces.
+TEST(ConfigWrite, ReplacesTheFileBehindItsLinksWholeOrNotAtAll) {
+  Rooted root;
+  const std::string temp = "/data/.real.conf.nxcgi-tmp.";
+  const std::string kept[] = {temp + std::to_string(getppid()), temp + std::to_string(getpid()),
+                              temp + "none", "/data/.x.conf.nxcgi-tmp.99999999", "/data/real.conf"};
+  for (const std::string& path : kept) root.Write(path, "leftover", 0604);
+  for (const std::string& path : {temp + "99999999", temp + "99999999.3"}) root.Write(path, "leftover");
+  fs::create_directory(root.Host("/cfg"));
+  fs::create_symlink("../data/real.conf", root.Host("/cfg/rel.conf"));
+  fs::create_symlink(root.Host("/cfg/rel.conf"), root.Host(kConf));
+  EXPECT_EQ(Write(kConf, "new\n"), platform::WriteStatus::kOk);
+  EXPECT_EQ(fs::status(root.Host("/data/real.conf")).permissions(), fs::perms(0604));
+  EXPECT_TRUE(fs::is_symlink(root.Host(kConf)));
+  for (const std::string& path : kept) EXPECT_TRUE(root.Exists(path)) << path;
+  rlimit saved;
+  getrlimit(RLIMIT_FSIZE, &saved);
+  const rlimit small{4, saved.rlim_max};
+  const sighandler_t handler = signal(SIGXFSZ, SIG_IGN);
+  setrlimit(RLIMIT_FSIZE, &small);
+  const platform::WriteStatus failed = Write(kConf, "0123456789");
+  setrlimit(RLIMIT_FSIZE, &saved);
+  signal(SIGXFSZ, handler);
+  EXPECT_EQ(failed, platform::WriteStatus::kWriteFailed);
+  EXPECT_EQ(root.Read("/data/real.conf"), "new\n");
+  EXPECT_EQ(root.Entries("/data"), 5);
+}
+
+// Whether a lock request waits (a "->" line of /proc/locks) for the file.
+bool Waiting(ino_t inode) {
+  std::ifstream locks("/proc/locks");
+  const std::string text(std::istreambuf_iterator<char>(locks), {});
+  return std::regex_search(text, std::regex("->.*:" + std::to_string(inode) + " "));
+}
+
+// A second lock of a file by the process gives the held descriptor, and the
+// save ends it; a waiter whose file is replaced while it waits locks the new
+// file.
+TEST(FileLock, LocksFollowTheSave) {
+  Rooted root;
+  root.Write(kConf, "old\n");
+  const int fd = platform::LockFileForEdit(kConf);
+  EXPECT_EQ(platform::LockFileForEdit(kConf), fd);
+  EXPECT_EQ(Write(kConf, "old\n"), platform::WriteStatus::kOk);
+  EXPECT_EQ(platform::HeldFileLockCount(), 0);
+  const int holder = open(root.Host(kConf).c_str(), O_RDONLY);  // an open file of its own: its lock excludes
+  struct stat old = {};
+  fstat(holder, &old);
+  ASSERT_EQ(flock(holder, LOCK_EX), 0);
+  int locked = -1;
+  std::thread waiter([&] { locked = platform::LockFileForEdit(kConf); });
+  for (int ms = 0; ms < 20000 && !Waiting(old.st_ino); ++ms) usleep(1000);
+  const bool waited = Waiting(old.st_ino);
+  root.Write("/cfg/next.conf", "new\n");
+  fs::rename(root.Host("/cfg/next.conf"), root.Host(kConf));
+  close(holder);
+  waiter.join();
+  EXPECT_TRUE(waited) << "the waiter never waited for the lock";
+  char text[8] = {};
+  EXPECT_EQ(pread(locked, text, 7, 0), 4);
+  EXPECT_STREQ(text, "new\n");
+  platform::UnlockAllFiles();
+}
+
+}  // namespace

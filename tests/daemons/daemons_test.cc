@@ -1,0 +1,220 @@
+// The handlers that talk to daemons, against the simulator's stand-ins
+// (sim/devices.py): the serial output service on its System V queue, and
+// isensd and nxcamctld, which journal the signals they receive. The binary
+// runs in private IPC and pid namespaces (tests/CMakeLists.txt), so the
+// service's fixed queue key is its own and it is itself pid 1.
+#include <gtest/gtest.h>
+#include <signal.h>
+#include <sys/msg.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <chrono>
+#include <fstream>
+#include <regex>
+#include <thread>
+
+#include "harness/cgi_case.h"
+#include "harness/device_root.h"
+#include "harness/in_process.h"
+#include "harness/process.h"
+
+namespace {
+
+using harness::kHeader;
+using harness::kNoContent;
+
+// Waits for the condition, up to a minute (a loaded machine starts Python
+// slowly).
+bool Eventually(const std::function<bool()>& condition) {
+  for (int i = 0; i < 6000; ++i, std::this_thread::sleep_for(std::chrono::milliseconds(10)))
+    if (condition()) return true;
+  return false;
+}
+
+// A stand-in daemon of the simulator, running until the end of the test.
+class Daemon {
+ public:
+  // Started; the daemon journals "started" once its signal handlers are in place.
+  Daemon(const harness::DeviceRoot& root, const std::string& kind) : root_(root) {
+    pid_ = fork();
+    if (pid_ == 0) {
+      execlp("python3", "python3", NXCGI_SOURCE_DIR "/sim/devices.py", kind.c_str(), root.path().c_str(),
+             root.Host("/var/run/uartsvc.qid").c_str(), nullptr);
+      _exit(127);
+    }
+    EXPECT_TRUE(Eventually([&] {
+      for (const std::string& line : root.Journal())
+        if (line.starts_with(kind + ": started")) return true;
+      return false;
+    })) << kind
+        << " did not start";
+  }
+  pid_t pid() const { return pid_; }
+  ~Daemon() { Stop(); }
+  // Stops the daemon and gives the journal: signals are taken lowest number
+  // first, so whatever was sent before the SIGTERM is journaled.
+  std::vector<std::string> Stop() {
+    if (pid_ > 0) {
+      kill(pid_, SIGTERM);
+      waitpid(pid_, nullptr, 0);
+      pid_ = -1;
+      // A service that died without its clean-up must not serve the next test.
+      if (const int queue = msgget(0x20030922, 0); queue >= 0) msgctl(queue, IPC_RMID, nullptr);
+    }
+    return root_.Journal();
+  }
+
+ private:
+  const harness::DeviceRoot& root_;
+  pid_t pid_;
+};
+
+int QueueCount() {
+  std::ifstream queues("/proc/sysvipc/msg");
+  int lines = 0;
+  for (std::string line; std::getline(queues, line);) ++lines;
+  return lines - 1;
+}
+
+// A reply text: RetMsgQId, RxLength, RxWaitTm, TxMode, Length, then data.
+std::string Reply(int32_t length, const std::string& data, std::size_t size = 220) {
+  std::string text(size, '\0');
+  for (int i = 0; i < 4; ++i) text[16 + i] = static_cast<char>(length >> (8 * i));
+  return text.replace(20, data.size(), data);
+}
+
+struct UartCase {
+  const char* name;
+  std::string form;
+  std::string reply;    // "": the service loops the transmitted bytes back
+  std::string request;  // the service's journal line for the request ("" when none is sent)
+  std::string answer;
+};
+void PrintTo(const UartCase& c, std::ostream* out) { *out << c.name; }
+
+class SerialOutput : public testing::TestWithParam<UartCase> {};
+
+TEST_P(SerialOutput, Exchange) {
+  const UartCase& c = GetParam();
+  harness::DeviceRoot root;
+  if (!c.reply.empty()) root.Write("/var/run/uartsvc.reply", c.reply);
+  Daemon service(root, "uartsvc");
+  const int queues = QueueCount();
+  const harness::ProcessResult result = harness::Post("nxuoutctr.cgi", c.form, root.path());
+  EXPECT_EQ(result.out, c.answer);
+  const std::vector<std::string> journal = root.Journal();
+  const std::string request =
+      journal.size() > 1 ? std::regex_replace(journal[1], std::regex("queue \\d+"), "queue Q") : "";
+  EXPECT_EQ(request, c.request.empty() ? "" : "uartsvc: request type 0x20001, reply queue Q, " + c.request);
+  EXPECT_EQ(QueueCount(), queues);  // the reply queue is gone
+}
+
+const std::string kNothing = "TxMode 0, RxLength 0, RxWaitTm 0, transmit 0 bytes (none)";
+
+INSTANTIATE_TEST_SUITE_P(
+    Cases, SerialOutput,
+    testing::Values(
+        UartCase{"NothingToSend", "NxCgiVer=1", "", kNothing, kNoContent},
+        UartCase{"AllFields", "NxCgiVer=1&TxMode=2&Length=3&Data=1,,0x41,A&RxLength=5&RxWaitTm=100", "",
+                 "TxMode 2, RxLength 5, RxWaitTm 100, transmit 3 bytes 0x01,0x41,0x41",
+                 kHeader + "\nRXLENGTH=3\nRXDATA=0x01,0x41,0x41;\n"},
+        UartCase{"PiecesCutToABytePastLengthIgnored", "NxCgiVer=0&Length=2&Data=300,8,7&RxLength=-1", "",
+                 "TxMode 0, RxLength -1, RxWaitTm 0, transmit 2 bytes 0x2c,0x08",
+                 kHeader + "\nRXLENGTH=2\nRXDATA=0x2c,0x08;\n"},
+        UartCase{"ShortReplyText", "NxCgiVer=1", Reply(2, "\xab\xcd", 22), kNothing,
+                 kHeader + "\nRXLENGTH=2\nRXDATA=0xab,0xcd;\n"},
+        UartCase{"NegativeLength", "NxCgiVer=1", Reply(-1, ""), kNothing,
+                 harness::Alert("nxuoutctr.cgi", "Invalied DataLeng=-1")},
+        UartCase{"LengthBeyondArrivedBytes", "NxCgiVer=1", Reply(5, "\1\2", 22), kNothing,
+                 harness::Alert("nxuoutctr.cgi", "Invalied DataLeng=5")},
+        UartCase{"ReplyWithoutLength", "NxCgiVer=1", std::string(8, '\0'), kNothing,
+                 harness::Alert("nxuoutctr.cgi", "Short reply from serial output service (12 bytes)")},
+        UartCase{"ReplyTooLongForTheChannel", "NxCgiVer=1", std::string(300, '\0'), kNothing,
+                 harness::Alert("nxuoutctr.cgi", "Reply from serial output service lost")}),
+    [](const auto& info) { return std::string(info.param.name); });
+
+// In-process the pauses are only recorded: the whole allowance is counted
+// without waiting for it.
+TEST(SerialOutput, SilentServiceIsAwaitedThreeSecondsPlusRxWaitTmAtMostAMinute) {
+  harness::DeviceRoot root;
+  root.Write("/var/run/uartsvc.reply", "silent");
+  Daemon service(root, "uartsvc");
+  const int queues = QueueCount();
+  for (const auto& [form, wait] : {std::pair{"NxCgiVer=1", 3000u},
+                                   {"NxCgiVer=1&RxWaitTm=500", 3500u},
+                                   {"NxCgiVer=1&RxWaitTm=-5", 3000u},
+                                   {"NxCgiVer=1&RxWaitTm=99999", 60000u}}) {
+    const harness::InProcessResult run = harness::RunInProcess(NxCgi_UartOutCtrFunc, form);
+    EXPECT_EQ(run.err_msg, "No reply from serial output service within " + std::to_string(wait) + " ms");
+    EXPECT_EQ(run.sleeps, std::vector<unsigned long long>(wait / 10, 10000)) << form;
+  }
+  EXPECT_EQ(QueueCount(), queues);
+}
+
+TEST(SerialOutput, NoServiceAnswersAtOnceAndLeavesNoQueue) {
+  harness::DeviceRoot root;
+  for (int i = 0; i < 20; ++i) {
+    EXPECT_EQ(harness::Post("nxuoutctr.cgi", "NxCgiVer=1&Length=1&Data=1", root.path()).out,
+              harness::Alert("nxuoutctr.cgi", "Serial output service not reachable: request not sent"));
+  }
+  EXPECT_EQ(QueueCount(), 0);
+}
+
+struct SignalCase {
+  const char* name;
+  const char* cgi;
+  std::string form;
+  const char* pid_file;  // printf format of the pid file, given the daemon's pid
+  std::string signal;    // the line the daemon journals, "" for none
+  std::string err;
+};
+
+// This process is pid 1 of its namespace: a pid that wraps to 1 reaches it.
+volatile sig_atomic_t g_signals_to_pid_1 = 0;
+void PrintTo(const SignalCase& c, std::ostream* out) { *out << c.name; }
+
+class DaemonSignals : public testing::TestWithParam<SignalCase> {};
+
+TEST_P(DaemonSignals, OnlyTheDaemonOfThePidFile) {
+  const SignalCase& c = GetParam();
+  harness::DeviceRoot root;
+  const std::string daemon = std::string(c.cgi) == "nxptzset.cgi" ? "nxcamctld" : "isensd";
+  const std::string pid_file = "/var/run/" + daemon + ".pid";
+  Daemon stand_in(root, daemon);
+  char text[64];
+  std::snprintf(text, sizeof text, c.pid_file, static_cast<int>(stand_in.pid()));
+  root.Write(pid_file, text);
+  g_signals_to_pid_1 = 0;
+  signal(SIGUSR1, [](int) { g_signals_to_pid_1 = g_signals_to_pid_1 + 1; });
+  signal(SIGUSR2, [](int) { g_signals_to_pid_1 = g_signals_to_pid_1 + 1; });
+  const harness::ProcessResult result = harness::Post(c.cgi, c.form, root.path());
+  std::vector<std::string> signals;
+  for (const std::string& line : stand_in.Stop())
+    if (line.find("received signal") != std::string::npos && !line.ends_with("(SIGHUP)"))
+      signals.push_back(line);
+  EXPECT_EQ(signals, c.signal.empty() ? std::vector<std::string>{} : std::vector{daemon + ": " + c.signal});
+  EXPECT_EQ(result.err, c.err);
+  EXPECT_EQ(g_signals_to_pid_1, 0);
+}
+
+const std::string kSigusr1 = "received signal 10 (SIGUSR1)";
+const std::string kNewAddress = "NxCgiVer=1&CeIpAddress=10.9.9.9";
+const std::string kCamSent = "[nxcamctld] Send SIGUSR1 to nxcamctld.\n";
+const std::string kCamNot = "[nxcamctld] Err : Send SIGUSR1 to nxcamctld.\n";
+
+INSTANTIATE_TEST_SUITE_P(
+    Cases, DaemonSignals,
+    testing::Values(
+        SignalCase{"SensorLinkChange", "nxisensconf.cgi", kNewAddress, "%d\n", kSigusr1, ""},
+        SignalCase{"SensorLinkNoChange", "nxisensconf.cgi", "NxCgiVer=1&NeUdpPort=12002", "%d\n", "", ""},
+        SignalCase{"SensorLinkBlanksAroundThePid", "nxisensconf.cgi", kNewAddress, "  %d  \n", kSigusr1, ""},
+        SignalCase{"PidZero", "nxisensconf.cgi", kNewAddress, "0", "", ""},
+        SignalCase{"PidText", "nxisensconf.cgi", kNewAddress, "isensd", "", ""},
+        SignalCase{"PidWrappingToOne", "nxisensconf.cgi", kNewAddress, "4294967297\n", "", ""},
+        SignalCase{"CameraControl", "nxptzset.cgi", "NxCgiVer=1", "%d\n", "received signal 12 (SIGUSR2)",
+                   kCamSent},
+        SignalCase{"CameraControlPidWrapping", "nxptzset.cgi", "NxCgiVer=1", "8589934593", "", kCamNot}),
+    [](const auto& info) { return std::string(info.param.name); });
+
+}  // namespace

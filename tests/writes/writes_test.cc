@@ -1,0 +1,148 @@
+// Configuration writes under faults and concurrency, through the real
+// programs: a save killed or failed at a given system call (injected by
+// strace) leaves the old file or the new one and no temporary file behind
+// the next save; requests editing one file at the same time all take effect.
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+#include <filesystem>
+#include <thread>
+
+#include "harness/cgi_case.h"
+#include "harness/device_root.h"
+#include "harness/process.h"
+
+namespace {
+
+using harness::DeviceRoot;
+
+// A program that saves one file, and what it answers when the save fails.
+struct Program {
+  const char* name;
+  const char* file;
+  std::vector<std::string> (*argv)(const DeviceRoot&);
+  std::string failed_out;
+  int failed_status;
+};
+
+std::vector<std::string> Cgi(const DeviceRoot& root, const std::string& cgi) {
+  const std::string link = root.Host("/" + cgi);
+  std::filesystem::create_symlink(harness::BuiltProgram("nxcgi"), link);
+  return {link};
+}
+
+const Program kPrograms[] = {
+    {"MailPort", "/opt/vsb/etc/NxConf/NxModId1/MailConf.bin",
+     [](const DeviceRoot& r) { return Cgi(r, "nxmailsvcport.cgi"); }, harness::kHeader, 0},
+    {"PtzModule", "/opt/vsb/etc/NxConf/PtzConf.bin",
+     [](const DeviceRoot& r) { return Cgi(r, "nxptzmodset.cgi"); },
+     harness::kHeader + harness::Alert("nxptzmodset.cgi", ""), 0},
+    {"TextKey", "/opt/vsb/etc/esmta.conf",
+     [](const DeviceRoot&) {
+       return std::vector<std::string>{harness::BuiltProgram("tcfg_edit"), "/opt/vsb/etc/esmta.conf",
+                                       "SERVER", "x"};
+     },
+     "save failed\n", 1},
+};
+
+enum class After { kOld, kNew };
+// The n-th call of a save's write, flush, rename and directory flush.
+struct Fault {
+  const char* call;
+  int n;
+  const char* inject;
+  After after;
+};
+
+const Fault kFaults[] = {
+    {"write", 1, "signal=KILL", After::kOld},  {"fsync", 1, "signal=KILL", After::kOld},
+    {"rename", 1, "signal=KILL", After::kOld}, {"fsync", 2, "signal=KILL", After::kNew},
+    {"write", 1, "error=ENOSPC", After::kOld}, {"fsync", 1, "error=EIO", After::kOld},
+    {"rename", 1, "error=EROFS", After::kOld}, {"fsync", 2, "error=EIO", After::kNew},
+};
+
+bool TempFilesIn(const std::string& directory) {
+  for (const auto& entry : std::filesystem::directory_iterator(directory))
+    if (entry.path().filename().string().find(".nxcgi-tmp.") != std::string::npos) return true;
+  return false;
+}
+
+class Faults : public testing::TestWithParam<std::tuple<Program, Fault>> {};
+
+TEST_P(Faults, FileIsOldOrNew) {
+  const auto& [program, fault] = GetParam();
+  if (harness::RunProgram({"strace", "-qq", "-o", "/dev/null", "true"}).exit_status != 0)
+    GTEST_SKIP() << "strace cannot trace here";
+  DeviceRoot root;
+  const harness::Env env = {{"NXCGI_ROOT", root.path()},
+                            {"REQUEST_METHOD", "GET"},
+                            {"QUERY_STRING", "NxModId=1&NxCgiVer=1&PortId=2&PauseTime=77&PtzBaseAddr=5"}};
+  const std::vector<std::string> argv = program.argv(root);
+  const std::string old_file = root.Read(program.file);
+  const std::string directory = std::filesystem::path(root.Host(program.file)).parent_path();
+  ASSERT_EQ(harness::RunProgram(argv, env).exit_status, 0);
+  const std::string new_file = root.Read(program.file);
+  ASSERT_NE(new_file, old_file);
+  root.Write(program.file, old_file);
+
+  std::vector<std::string> traced = {
+      "strace", "-qq",
+      "-o",     "/dev/null",
+      "-e",     "inject=" + std::string(fault.call) + ":" + fault.inject + ":when=" + std::to_string(fault.n),
+      "--"};
+  traced.insert(traced.end(), argv.begin(), argv.end());
+  const harness::ProcessResult faulty = harness::RunProgram(traced, env);
+
+  EXPECT_EQ(root.Read(program.file), fault.after == After::kNew ? new_file : old_file);
+  if (std::string_view(fault.inject).starts_with("error")) {
+    EXPECT_EQ(faulty.out, program.failed_out);
+    EXPECT_EQ(faulty.exit_status, program.failed_status);
+    EXPECT_FALSE(TempFilesIn(directory));
+  } else {
+    EXPECT_EQ(faulty.exit_status, -1) << "not killed";
+  }
+  // The next save replaces the file and removes what a killed one left.
+  EXPECT_EQ(harness::RunProgram(argv, env).exit_status, 0);
+  EXPECT_EQ(root.Read(program.file), new_file);
+  EXPECT_FALSE(TempFilesIn(directory));
+}
+
+std::string FaultName(const testing::TestParamInfo<std::tuple<Program, Fault>>& info) {
+  const Fault& fault = std::get<1>(info.param);
+  return std::string(std::get<0>(info.param).name) + "_" + fault.call + std::to_string(fault.n) +
+         (std::string_view(fault.inject).starts_with("error") ? "_Error" : "_Killed");
+}
+
+INSTANTIATE_TEST_SUITE_P(Saves, Faults,
+                         testing::Combine(testing::ValuesIn(kPrograms), testing::ValuesIn(kFaults)),
+                         FaultName);
+
+// Four requests at a time, each editing its own port's field (or its own
+// key) of one file: every edit takes effect, none is lost.
+TEST(ConcurrentEdits, OfOneFileAllTakeEffect) {
+  DeviceRoot root;
+  const std::string mail = "/opt/vsb/etc/NxConf/NxModId1/MailConf.bin";
+  const std::string keys[] = {"SERVER", "SENDER", "USERID", "PASSWD"};
+  std::string expected = root.Read(mail);
+  std::vector<std::thread> workers;
+  for (int p = 0; p < 4; ++p) {
+    workers.emplace_back([&, p] {
+      for (int i = 1; i <= 30; ++i) {
+        harness::Post("nxmailsvcport.cgi",
+                      "NxModId=1&NxCgiVer=1&PortId=" + std::to_string(p) + "&PauseTime=" + std::to_string(i),
+                      root.path());
+        harness::RunProgram(
+            {harness::BuiltProgram("tcfg_edit"), "/opt/vsb/etc/esmta.conf", keys[p], std::to_string(i)},
+            {{"NXCGI_ROOT", root.path()}});
+      }
+    });
+    expected.replace(396 + 1044 * p + 344, 4, std::string("\x1e\0\0\0", 4));
+  }
+  for (std::thread& worker : workers) worker.join();
+  EXPECT_EQ(root.Read(mail), expected);
+  const std::string text = root.Read("/opt/vsb/etc/esmta.conf");
+  for (const std::string& key : keys)
+    EXPECT_NE(text.find(key + "=30\n"), std::string::npos) << key << "\n" << text;
+}
+
+}  // namespace
