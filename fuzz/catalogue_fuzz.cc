@@ -7,7 +7,9 @@
 #include "config/catalogue.h"
 #include "config/layouts/ptz_model.h"
 #include "config/layouts/sensor_model.h"
-#include "fuzz_sandbox.h"
+#include "fuzz_target.h"
+
+const Sandbox sandbox;
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, std::size_t size) {
   if (size < 2) return 0;
@@ -25,15 +27,15 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, std::size_t size) {
     Check(count <= config::kMaxCatalogueModels &&
           r[i].offset + uint64_t{std::max(needed, r[i].present)} <= bytes.size() &&
           (i == 0 || r[i].offset > r[i - 1].offset));
-  const std::string in_root = fuzz::sandbox.root + "/opt/vsb/etc/NxConf/" + file;
+  const std::string in_root = sandbox.root + "/opt/vsb/etc/NxConf/" + file;
   if (data[0] & 2) std::remove(in_root.c_str());
-  std::ofstream(data[0] & 2 ? fuzz::sandbox.root + "/web/img/" + file : in_root, std::ios::binary)
+  std::ofstream(data[0] & 2 ? sandbox.root + "/web/img/" + file : in_root, std::ios::binary)
       << std::string_view(reinterpret_cast<const char*>(bytes.data()), bytes.size());
   const std::string form =
       (ptz ? "NxCgiVer=1&PtzBaudRateIdx=255&PtzLineMode=255&PtzDeviceId="
            : "NxCgiVer=1&SnsAimPosition=1&LinkedModId=2&OsdStartX=3&RelayIpAddr=10.0.0.1&"
              "SnsInitStream=ab&SensorModel=") +
       std::to_string(data[1] == 255 ? (ptz ? 65535 : -1) : data[1]);
-  fuzz::RunCgi(ptz ? "nxptzset.cgi" : "nxsnsset.cgi", form.data(), form.size());
+  RunCgi(ptz ? "nxptzset.cgi" : "nxsnsset.cgi", form.data(), form.size());
   return 0;
 }

@@ -13,8 +13,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, std::size_t size) {
   if (size < 4) return 0;
   const int n = (data[1] >> 3) & 3, row = data[1] % 8, col = data[2];
   const char* delimiters = kDelimiterSets[data[3] % std::size(kDelimiterSets)];
-  const char* text = reinterpret_cast<const char*>(data + 4);
-  Tcfg* cfg = create_mem_cfg(text, static_cast<uint32_t>(size - 4));
+  Tcfg* cfg = create_mem_cfg(reinterpret_cast<const char*>(data + 4), static_cast<uint32_t>(size - 4));
   const int rows = get_row_count(cfg);
   Check(rows >= 0 && rows <= kTcfgMaxRows && std::count(cfg->rows, cfg->rows + rows, nullptr) == 0);
   // The first word of a row: what a key lookup of that row would use.
@@ -37,7 +36,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, std::size_t size) {
   Check(get_row_count(cfg) == rows + 1 || rows == kTcfgMaxRows);
   terminated(find_value(cfg, key.c_str(), buffer.data(), buffer.size(), nullptr, nullptr, 0, 0));
   free_cfg(cfg);
-  std::string copy(text, size - 4);  // the splitter writes NULs into its text
+  std::string copy(reinterpret_cast<const char*>(data + 4), size - 4);  // the splitter writes NULs into it
   char* pieces[128];
   const int count = split_string(copy.data(), delimiters, pieces, 1 + data[2] % 128);
   for (int i = 0; i < count; ++i) Check(pieces[i] >= copy.data() && pieces[i] < copy.data() + copy.size());

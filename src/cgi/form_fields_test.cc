@@ -52,7 +52,6 @@ TEST(FormFields, IdentificationFields) {
       {'p', "PortId=" + std::string(127, '1') + "1", "0 77 Error PortId (not found)\n"}};
   // clang-format on
   for (const auto& [field, form, expected] : rows) EXPECT_EQ(GetAndCheck(field, form), expected) << form;
-  CgiFreeForm();
 }
 
 // Compare-and-update cuts the number to the target's width and reports 1
@@ -74,7 +73,6 @@ TEST(FormFields, CompareAndUpdate) {
   EXPECT_STREQ(text, "abcdefg");
   EXPECT_EQ(CgiCheckFieldOfStringType(text, sizeof text, "s", nullptr), 1);  // cut short: still differs
   EXPECT_EQ(CgiCheckFieldOfStringType(same, sizeof same, "same", nullptr), 0);
-  CgiFreeForm();
 }
 
 }  // namespace

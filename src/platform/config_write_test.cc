@@ -13,21 +13,13 @@
 #include <regex>
 #include <thread>
 
-#include "platform/file_lock.h"
 #include "harness/device_root.h"
+#include "platform/file_lock.h"
 
 namespace {
 
 namespace fs = std::filesystem;
 constexpr const char* kConf = "/cfg/x.conf";
-
-struct Rooted : harness::DeviceRoot {
-  Rooted() { setenv("NXCGI_ROOT", path().c_str(), 1); }
-  ~Rooted() { unsetenv("NXCGI_ROOT"); }
-  long Entries(const char* directory) const {
-    return std::distance(fs::directory_iterator(Host(directory)), {});
-  }
-};
 
 platform::WriteStatus Write(const char* device_path, const std::string& bytes) {
   return platform::WriteConfigFile(device_path, bytes.data(), bytes.size());
@@ -37,7 +29,8 @@ platform::WriteStatus Write(const char* device_path, const std::string& bytes) {
 // processes that are gone (99999999: beyond any pid) are removed. A write
 // that fails half-way (at the file size limit) leaves the file it replaces.
 TEST(ConfigWrite, ReplacesTheFileBehindItsLinksWholeOrNotAtAll) {
-  Rooted root;
+  harness::DeviceRoot root;
+  root.MakeCurrent();
   const std::string temp = "/data/.real.conf.nxcgi-tmp.";
   const std::string kept[] = {temp + std::to_string(getppid()), temp + std::to_string(getpid()),
                               temp + "none", "/data/.x.conf.nxcgi-tmp.99999999", "/data/real.conf"};
@@ -60,7 +53,7 @@ TEST(ConfigWrite, ReplacesTheFileBehindItsLinksWholeOrNotAtAll) {
   signal(SIGXFSZ, handler);
   EXPECT_EQ(failed, platform::WriteStatus::kWriteFailed);
   EXPECT_EQ(root.Read("/data/real.conf"), "new\n");
-  EXPECT_EQ(root.Entries("/data"), 5);
+  EXPECT_EQ(std::distance(fs::directory_iterator(root.Host("/data")), {}), 5);
 }
 
 // Whether a lock request waits (a "->" line of /proc/locks) for the file.
@@ -74,7 +67,8 @@ bool Waiting(ino_t inode) {
 // save ends it; a waiter whose file is replaced while it waits locks the new
 // file.
 TEST(FileLock, LocksFollowTheSave) {
-  Rooted root;
+  harness::DeviceRoot root;
+  root.MakeCurrent();
   root.Write(kConf, "old\n");
   const int fd = platform::LockFileForEdit(kConf);
   EXPECT_EQ(platform::LockFileForEdit(kConf), fd);

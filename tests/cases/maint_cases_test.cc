@@ -11,19 +11,9 @@
 
 namespace {
 
-using harness::Alert;
-using harness::CgiCase;
-using harness::File;
-using harness::Gone;
-using harness::kHeader;
-using Puts = std::vector<harness::Put>;
-using Lines = std::vector<std::string>;
+using namespace harness;  // the row builders
 
-const Puts kNone;
-const std::string kNote = "/etc/note.txt", kMark = "/tmp/NxConfChg";
-const std::string kRedirect =
-    "<html>\n<head>\n<script language=javascript>\nlocation.href=\"/x.html\";\n</script>\n</head>\n<body>\n"
-    "</body>\n</html>\n";
+const std::string kNote = "/etc/note.txt", kMark = "/tmp/NxConfChg", kToX = Redirect("/x.html");
 
 std::string Held(int module, int port, const char* name) {
   return "/tmp/advbuf/keep/mod" + std::to_string(module) + "/hold/port" + std::to_string(port) + "/" + name;
@@ -32,8 +22,8 @@ const Puts kHeld = {File(Held(1, 2, "a.jpg"), "j"), File(Held(1, 2, "b.jpg"), "j
                     File(Held(1, 1, "c.jpg"), "j"), File(Held(0, 0, "d.jpg"), "j")};
 // A refusal that changes nothing; `page` comes before the alert.
 CgiCase Fails(const char* name, const char* cgi, const std::string& form, const std::string& error = "",
-              const Puts& before = kNone, const std::string& page = "") {
-  return {name, cgi, form, before, kNone, kHeader + page + Alert(cgi, error), Lines{}, ""};
+              const Puts& before = {}, const std::string& page = "") {
+  return CgiCase(name, cgi, form, before, {}, kHeader + page + Alert(cgi, error), {}, "");
 }
 CgiCase HoldRefused(const char* name, const std::string& form, const std::string& field) {
   return Fails(name, "nxiholdcln.cgi", form, "", kHeld, "nxiholdcln.cgi: invalid " + field + "\n");
@@ -43,7 +33,7 @@ CgiCase HoldRefused(const char* name, const std::string& form, const std::string
 const std::string S = "$NXCGI_ROOT/usr/sbin/savecfg";
 CgiCase Commands(const char* name, const std::string& form, const std::string& err,
                  const Lines& journal = {}) {
-  return {name, "nxdosyscmd.cgi", "NxCgiVer=1&" + form, kNone, kNone, kHeader, journal, err};
+  return CgiCase(name, "nxdosyscmd.cgi", "NxCgiVer=1&" + form, {}, {}, kHeader, journal, err);
 }
 std::string Echoes(int count, const char* separator, const char* suffix) {
   std::string text;
@@ -52,44 +42,44 @@ std::string Echoes(int count, const char* separator, const char* suffix) {
 }
 
 class Maint : public testing::TestWithParam<CgiCase> {};
-TEST_P(Maint, Request) { harness::RunCase(GetParam()); }
+TEST_P(Maint, Request) { RunCase(GetParam()); }
 
 INSTANTIATE_TEST_SUITE_P(
     Requests, Maint,
     testing::Values(
-        CgiCase{"HeldImagesOfOnePort", "nxiholdcln.cgi", "NxCgiVer=1&NxModId=65537&PortId=2", kHeld,
-                Puts{Gone(Held(1, 2, "a.jpg")), Gone(Held(1, 2, "b.jpg"))}, kHeader},
-        CgiCase{"HeldImagesOfModuleZero", "nxiholdcln.cgi", "NxCgiVer=0&NxModId=0&PortId=0x0", kHeld,
-                Puts{Gone(Held(0, 0, "d.jpg"))}, kHeader},
+        CgiCase("HeldImagesOfOnePort", "nxiholdcln.cgi", "NxCgiVer=1&NxModId=65537&PortId=2", kHeld,
+                {Gone(Held(1, 2, "a.jpg")), Gone(Held(1, 2, "b.jpg"))}, kHeader),
+        CgiCase("HeldImagesOfModuleZero", "nxiholdcln.cgi", "NxCgiVer=0&NxModId=0&PortId=0x0", kHeld,
+                {Gone(Held(0, 0, "d.jpg"))}, kHeader),
         HoldRefused("HoldPortFour", "NxCgiVer=1&NxModId=1&PortId=4", "PortId=4"),
         HoldRefused("HoldNoModule", "NxCgiVer=1&PortId=2", "NxModId="),
         HoldRefused("HoldVersionTwo", "NxCgiVer=2&NxModId=1&PortId=2", "NxCgiVer=2"),
-        CgiCase{"TextCreatedWithLineFeeds", "nxsettextfile.cgi",
-                "CreateOption=1&TextFilePath=/etc/note.txt&TextContents=a%0D%0Ab%0D%0A", kNone,
-                Puts{File(kNote, "a\nb\n")}, kHeader},
-        CgiCase{"TextOf2047Rewritten", "nxsettextfile.cgi",
-                "TextFilePath=/etc/note.txt&TextContents=" + std::string(2047, 'y'), Puts{File(kNote, "old")},
-                Puts{File(kNote, std::string(2047, 'y'))}, kHeader},
-        CgiCase{
-            "TextEmptiedThenCommandThenEpilogue", "nxsettextfile.cgi",
-            "CreateOption=1&TextFilePath=/etc/note.txt&TextContents=&DoCommand=" + S + "+after&SaveCfg=YES",
-            Puts{File(kNote, "old")}, Puts{File(kNote, "")}, kHeader,
-            Lines{"/usr/sbin/savecfg after", "/usr/sbin/savecfg"}},
+        CgiCase("TextCreatedWithLineFeeds", "nxsettextfile.cgi",
+                "CreateOption=1&TextFilePath=/etc/note.txt&TextContents=a%0D%0Ab%0D%0A", {},
+                {File(kNote, "a\nb\n")}, kHeader),
+        CgiCase("TextOf2047Rewritten", "nxsettextfile.cgi",
+                "TextFilePath=/etc/note.txt&TextContents=" + std::string(2047, 'y'), {File(kNote, "old")},
+                {File(kNote, std::string(2047, 'y'))}, kHeader),
+        CgiCase("TextEmptiedThenCommandThenEpilogue", "nxsettextfile.cgi",
+                "CreateOption=1&TextFilePath=/etc/note.txt&TextContents=&DoCommand=" + S +
+                    "+after&SaveCfg=YES",
+                {File(kNote, "old")}, {File(kNote, "")}, kHeader,
+                {"/usr/sbin/savecfg after", "/usr/sbin/savecfg"}),
         Fails("TextMissingWithoutCreateOption", "nxsettextfile.cgi",
               "TextFilePath=/etc/note.txt&TextContents=n",
               "File not exist File Path = [/etc/note.txt]<br>\n"),
         Fails("TextThatCannotBeCreatedRunsNothing", "nxsettextfile.cgi",
               "CreateOption=1&TextFilePath=/no/dir/n.txt&TextContents=x&DoCommand=" + S),
         Fails("TextWithoutPath", "nxsettextfile.cgi", "CreateOption=1&TextContents=new",
-              "Invalid TextFilePath = []<br>\n", Puts{File(kNote, "old")}),
+              "Invalid TextFilePath = []<br>\n", {File(kNote, "old")}),
         Fails("TextOf2048", "nxsettextfile.cgi",
               "TextFilePath=/etc/note.txt&TextContents=" + std::string(2048, 'x'),
-              "Invalid TextContents = [" + std::string(1023 - 24, 'x'), Puts{File(kNote, "old")}),
-        CgiCase{"EventNoteCut", "nxevtnote.cgi", "Evt=ABCDEFGHIJ&Valu1=123456789012345&Valu3=z&RetPage=",
-                kNone, kNone, kHeader, Lines{}, "Evt=ABCDEFG, Valu1=12345678901, Valu2,=, Valu3=z\n"},
+              "Invalid TextContents = [" + std::string(1023 - 24, 'x'), {File(kNote, "old")}),
+        CgiCase("EventNoteCut", "nxevtnote.cgi", "Evt=ABCDEFGHIJ&Valu1=123456789012345&Valu3=z&RetPage=", {},
+                {}, kHeader, {}, "Evt=ABCDEFG, Valu1=12345678901, Valu2,=, Valu3=z\n"),
         // The start pauses a second.
-        CgiCase{"AdvSvcStart", "nxadvsvc.cgi", "NxCgiVer=1&AdvSvcStart=1", kNone, kNone, kHeader,
-                Lines{"/etc/init.d/advsvc start"}},
+        CgiCase("AdvSvcStart", "nxadvsvc.cgi", "NxCgiVer=1&AdvSvcStart=1", {}, {}, kHeader,
+                {"/etc/init.d/advsvc start"}),
         Fails("FailureSkipsTheEpilogue", "nxadvsvc.cgi",
               "NxCgiVer=1&AdvSvcStart=&SaveCfg=YES&RetReDir=/x.html"),
         Commands("LastInBackground", "Command=" + S + "+a;" + S + "+b;true",
@@ -100,89 +90,73 @@ INSTANTIATE_TEST_SUITE_P(
                  {"/usr/sbin/savecfg a", "/usr/sbin/savecfg b"}),
         Commands("SixteenAtMost", "RetOpt=1&Command=" + Echoes(20, ";", ""),
                  Echoes(16, " > /dev/null\n", " > /dev/null\n")),
-        CgiCase{"OutputOfTheFirstCommand", "nxdosyscmd.cgi", "NxCgiVer=1&RetOpt=2&Command=echo+hi;echo+not",
-                kNone, kNone, kHeader + "hi\n"},
+        CgiCase("OutputOfTheFirstCommand", "nxdosyscmd.cgi", "NxCgiVer=1&RetOpt=2&Command=echo+hi;echo+not",
+                {}, {}, kHeader + "hi\n"),
         Fails("CommandsNeedAVersion", "nxdosyscmd.cgi", "NxCgiVer=2&Command=true"),
         Fails("EmptyCommandFails", "nxdosyscmd.cgi", "NxCgiVer=1&Command="),
-        CgiCase{
+        CgiCase(
             "EpilogueSavesMarksAndJoinsTheRelativePage", "nxevtnote.cgi",
             "SaveCfg=YES&NxMkChg=YES&RetPage=ok.html&NxModId=1&PortId=x%22y",
-            Puts{File("/web/ok.html", "<p>ok</p>\n")}, Puts{File(kMark, "")},
+            {File("/web/ok.html", "<p>ok</p>\n")}, {File(kMark, "")},
             kHeader +
                 "<script language=javascript>\nvar NXMODID = 1;\nvar PORTID = x\"y;\n</script>\n<p>ok</p>\n",
-            Lines{"/usr/sbin/savecfg"}},
-        CgiCase{"EpilogueOnlyExactYesThenRedirect", "nxevtnote.cgi",
+            {"/usr/sbin/savecfg"}),
+        CgiCase("EpilogueOnlyExactYesThenRedirect", "nxevtnote.cgi",
                 "SaveCfg=Yes&NxMkChg=YES%20&NxRmChg=YES&RetPage=/none.html&RetReDir=/x.html",
-                Puts{File(kMark, "")}, Puts{Gone(kMark)},
+                {File(kMark, "")}, {Gone(kMark)},
                 kHeader + "<script language=javascript>\n</script>\nPage Open Error (/web/none.html)" +
-                    kRedirect}),
+                    kToX)),
     [](const auto& info) { return std::string(info.param.name); });
 
-const char* const kFormType = "application/x-www-form-urlencoded";
-harness::CgiRequest Request(const char* cgi, const std::string& form, const std::string& root = "",
-                            const char* method = "POST", const char* type = kFormType,
-                            std::optional<std::string> length = {}) {
-  return {cgi, form, root, method, type, length, {}, ""};
-}
-
-// How the request reaches the form: nxevtnote.cgi logs its Evt field.
-struct Submission {
-  const char* method;
-  const char* type;
-  std::optional<std::string> length;
-  int status;
-  const char* evt;  // nullptr: nothing written
-};
-
+// How the request reaches the form: nxevtnote.cgi logs its Evt field
+// (nullptr: the request fails, with status 255, and nothing is written).
 TEST(MaintRequest, MethodsTypesAndLengths) {
-  const Submission submissions[] = {
-      {"POST", "APPLICATION/X-WWW-FORM-URLENCODED", {}, 0, "x"},
-      {"POST", "text/plain", {}, 0, ""},
-      {"POST", "application/x-www-form-urlencoded; charset=UTF-8", "99", 0, ""},
-      {"POST", kFormType, "20", 255, nullptr},
-      {"POST", kFormType, "-3", 255, nullptr},
-      {"POST", kFormType, "9223372036854775807", 255, nullptr},
-      {"get", "", "-5", 0, "x"},
-      {"PUT", "", {}, 0, ""},
-      {"", "", {}, 0, ""},
-  };
-  for (const Submission& s : submissions) {
-    const harness::ProcessResult result =
-        harness::RunCgi(Request("nxevtnote.cgi", "Evt=x", "", s.method, s.type, s.length));
-    SCOPED_TRACE(std::string(s.method) + " " + s.type + " " + s.length.value_or("-"));
-    EXPECT_EQ(result.exit_status, s.status);
-    EXPECT_EQ(result.out, s.evt ? kHeader : "");
+  const char* const form = "application/x-www-form-urlencoded";
+  const std::tuple<const char*, const char*, std::optional<std::string>, const char*> rows[] = {
+      {"POST", "APPLICATION/X-WWW-FORM-URLENCODED", {}, "x"},
+      {"POST", "text/plain", {}, ""},
+      {"POST", "application/x-www-form-urlencoded; charset=UTF-8", "99", ""},
+      {"POST", form, "20", nullptr},
+      {"POST", form, "-3", nullptr},
+      {"POST", form, "9223372036854775807", nullptr},
+      {"get", "", "-5", "x"},
+      {"PUT", "", {}, ""},
+      {"", "", {}, ""}};
+  for (const auto& [method, type, length, evt] : rows) {
+    CgiRequest request;
+    request.cgi = "nxevtnote.cgi", request.form = "Evt=x";
+    request.method = method, request.content_type = type, request.content_length = length;
+    const ProcessResult result = RunCgi(request);
+    SCOPED_TRACE(std::string(method) + " " + type + " " + length.value_or("-"));
+    EXPECT_EQ(result.exit_status, evt ? 0 : 255);
+    EXPECT_EQ(result.out, evt ? kHeader : "");
     // (A sanitizer may warn on stderr about a length it cannot allocate.)
-    if (s.evt) {
-      EXPECT_EQ(result.err, "Evt=" + std::string(s.evt) + ", Valu1=, Valu2,=, Valu3=\n");
+    if (evt) {
+      EXPECT_EQ(result.err, "Evt=" + std::string(evt) + ", Valu1=, Valu2,=, Valu3=\n");
     }
   }
 }
 
 // The name after the last "/" picks the handler, exactly as written.
 TEST(MaintRequest, ProgramNames) {
-  for (const auto& [argv0, out] : std::vector<std::pair<std::string, std::string>>{
-           {"nxevtnote.cgi", kHeader},
-           {"/a/b/NXEVTNOTE.CGI", "NOT Found Cgi Func: NXEVTNOTE.CGI<br>\n"},
-           {"/usr/lib/cgi-bin/", "NOT Found Cgi Func: <br>\n"}}) {
-    harness::CgiRequest request = Request("nxevtnote.cgi", "");
-    request.argv0 = argv0;
-    const harness::ProcessResult result = harness::RunCgi(request);
-    EXPECT_EQ(result.exit_status, 0) << argv0;
-    EXPECT_EQ(result.out, out) << argv0;
+  for (const auto& [argv0, out] : {std::pair{"nxevtnote.cgi", kHeader},
+                                   {"/a/b/NXEVTNOTE.CGI", "NOT Found Cgi Func: NXEVTNOTE.CGI<br>\n"},
+                                   {"/usr/lib/cgi-bin/", "NOT Found Cgi Func: <br>\n"}}) {
+    const ProcessResult result = RunCgi({.cgi = "nxevtnote.cgi", .argv0 = argv0});
+    EXPECT_EQ(std::to_string(result.exit_status) + result.out, "0" + out) << argv0;
   }
 }
 
 // A request's "Proxy:" header reaches the environment as HTTP_PROXY: the
 // commands run must not take it for their proxy; the rest stays.
 TEST(MaintRequest, CommandsDoNotSeeTheProxyHeader) {
-  harness::DeviceRoot root;
-  harness::CgiRequest request = Request(
-      "nxdosyscmd.cgi",
-      "NxCgiVer=1&RetOpt=2&Command=echo+${HTTP_PROXY-none}+${http_proxy-none}+$HTTP_USER_AGENT", root.path());
+  DeviceRoot root;
+  CgiRequest request;
+  request.cgi = "nxdosyscmd.cgi", request.root = root.path();
+  request.form = "NxCgiVer=1&RetOpt=2&Command=echo+${HTTP_PROXY-none}+${http_proxy-none}+$HTTP_USER_AGENT";
   request.env = {
       {"HTTP_PROXY", "http://a:8080"}, {"http_proxy", "http://a:8080"}, {"HTTP_USER_AGENT", "browser"}};
-  EXPECT_EQ(harness::RunCgi(request).out, kHeader + "none none browser\n");
+  EXPECT_EQ(RunCgi(request).out, kHeader + "none none browser\n");
 }
 
 }  // namespace

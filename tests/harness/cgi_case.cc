@@ -2,17 +2,13 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+
 #include "harness/device_root.h"
 #include "harness/process.h"
 
 namespace harness {
 namespace {
-
-std::string Le(uint64_t value, int width) {
-  std::string bytes;
-  for (int i = 0; i < width; ++i) bytes += static_cast<char>(value >> (8 * i));
-  return bytes;
-}
 
 void ApplyTo(std::map<std::string, std::string>& files, const Put& put) {
   if (put.gone) {
@@ -28,33 +24,27 @@ void ApplyTo(std::map<std::string, std::string>& files, const Put& put) {
 
 // Where a file first differs, readably.
 std::string Difference(const std::string& expected, const std::string& actual) {
-  std::size_t at = 0;
-  while (at < expected.size() && at < actual.size() && expected[at] == actual[at]) ++at;
-  char text[128];
-  std::snprintf(
-      text, sizeof text, "%zu bytes, expected %zu; first difference at byte %zu (expected %02x, got %02x)",
-      actual.size(), expected.size(), at, at < expected.size() ? static_cast<unsigned char>(expected[at]) : 0,
-      at < actual.size() ? static_cast<unsigned char>(actual[at]) : 0);
-  return text;
+  const auto at = std::mismatch(expected.begin(), expected.end(), actual.begin(), actual.end()).first;
+  return std::to_string(actual.size()) + " bytes, expected " + std::to_string(expected.size()) +
+         "; first difference at byte " + std::to_string(at - expected.begin());
 }
 
 }  // namespace
 
-Put U8(const std::string& path, std::size_t offset, uint8_t value) { return {path, offset, Le(value, 1)}; }
-Put U16(const std::string& path, std::size_t offset, uint16_t value) { return {path, offset, Le(value, 2)}; }
-Put U32(const std::string& path, std::size_t offset, uint32_t value) { return {path, offset, Le(value, 4)}; }
-Put Str(const std::string& path, std::size_t offset, const std::string& text) {
-  return {path, offset, text + '\0'};
+Put Le(const std::string& path, std::size_t offset, uint64_t value, int width) {
+  std::string bytes;
+  for (int i = 0; i < width; ++i) bytes += static_cast<char>(value >> (8 * i));
+  return {path, offset, bytes};
 }
-Put Zeros(const std::string& path, std::size_t offset, std::size_t count) {
-  return {path, offset, std::string(count, '\0')};
-}
-Put File(const std::string& path, const std::string& bytes) { return {path, kWholeFile, bytes}; }
-Put Gone(const std::string& path) { return {path, 0, "", true}; }
 
 std::string Alert(const std::string& cgi, const std::string& message) {
   return kHeader + "<html>\n<head>\n<script language=javascript>\nalert(\"" + cgi + " Cgi Func:[" + message +
          "] return ERROR!!!\");\nhistory.go(-1);\n</script>\n</head>\n</html>\n";
+}
+
+std::string Redirect(const std::string& target) {
+  return "<html>\n<head>\n<script language=javascript>\nlocation.href=\"" + target +
+         "\";\n</script>\n</head>\n<body>\n</body>\n</html>\n";
 }
 
 void Apply(const DeviceRoot& root, const std::vector<Put>& puts) {
@@ -82,17 +72,10 @@ void RunCase(const CgiCase& c) {
   }
   EXPECT_EQ(root.Journal(), c.journal);
   const std::map<std::string, std::string> actual = root.Files();
-  for (const auto& [path, bytes] : expected) {
-    const auto found = actual.find(path);
-    if (found == actual.end()) {
-      ADD_FAILURE() << path << " is missing";
-    } else if (found->second != bytes) {
-      ADD_FAILURE() << path << ": " << Difference(bytes, found->second);
-    }
-  }
-  for (const auto& [path, bytes] : actual) {
-    if (!expected.contains(path)) ADD_FAILURE() << path << " was made";
-  }
+  for (const auto& [path, bytes] : expected)
+    EXPECT_TRUE(actual.contains(path) && actual.at(path) == bytes)
+        << path << ": " << (actual.contains(path) ? Difference(bytes, actual.at(path)) : "missing");
+  for (const auto& [path, bytes] : actual) EXPECT_TRUE(expected.contains(path)) << path << " was made";
 }
 
 }  // namespace harness

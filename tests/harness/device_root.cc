@@ -55,7 +55,15 @@ const std::string& Template() {
 
 DeviceRoot::DeviceRoot() : path_(TempDir("nxcgi-root")) { Tool({"cp", "-a", Template() + "/.", path_}); }
 
-DeviceRoot::~DeviceRoot() { Tool({"rm", "-rf", path_}); }
+DeviceRoot::~DeviceRoot() {
+  if (current_) unsetenv("NXCGI_ROOT");
+  Tool({"rm", "-rf", path_});
+}
+
+void DeviceRoot::MakeCurrent() {
+  setenv("NXCGI_ROOT", path_.c_str(), 1);
+  current_ = true;
+}
 
 void DeviceRoot::Write(std::string_view device_path, std::string_view bytes, unsigned mode) const {
   const std::string host = Host(device_path);

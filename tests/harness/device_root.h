@@ -20,6 +20,9 @@ class DeviceRoot {
   DeviceRoot& operator=(const DeviceRoot&) = delete;
 
   const std::string& path() const { return path_; }
+  // Points NXCGI_ROOT of this process at the root, until the root ends
+  // (in-process runs of product code).
+  void MakeCurrent();
   std::string Host(std::string_view device_path) const { return path_ + std::string(device_path); }
 
   void Write(std::string_view device_path, std::string_view bytes, unsigned mode = 0644) const;
@@ -34,6 +37,7 @@ class DeviceRoot {
 
  private:
   std::string path_;
+  bool current_ = false;
 };
 
 // size bytes of a pattern that no field write produces by chance.

@@ -38,9 +38,10 @@ bool Readable(int fd) {
   return poll(&entry, 1, 10000) > 0;
 }
 
-// After PASV (an empty PORT text) the client connects; after PORT the server does.
-int OpenData(const std::string& port_text, int passive_listener) {
-  if (port_text.empty()) return Readable(passive_listener) ? accept(passive_listener, nullptr, nullptr) : -1;
+// After PASV (an empty PORT text) the client connects to the listener that
+// took the control connection; after PORT the server connects.
+int OpenData(const std::string& port_text, int listener) {
+  if (port_text.empty()) return Readable(listener) ? accept(listener, nullptr, nullptr) : -1;
   unsigned high = 0, low = 0;
   std::sscanf(port_text.c_str(), " %*u,%*u,%*u,%*u,%u,%u", &high, &low);
   sockaddr_in address{AF_INET, htons(static_cast<uint16_t>(high * 256 + low)), {htonl(INADDR_LOOPBACK)}, {}};
@@ -53,7 +54,6 @@ int OpenData(const std::string& port_text, int passive_listener) {
 
 FtpScriptServer::FtpScriptServer(FtpScript script_in) : script(std::move(script_in)) {
   listener = Listen(port);
-  passive_listener = Listen(passive_port);
   thread = std::jthread([this] { Session(); });
 }
 
@@ -68,14 +68,14 @@ void FtpScriptServer::Session() {
     if (sockatmark(control) == 1) line += "<urgent>";
     line.append(block, std::max<ssize_t>(got = recv(control, block, sizeof block, 0), 0));
     for (std::size_t end; got > 0 && (end = line.find("\r\n")) != std::string::npos; line.erase(0, end + 2)) {
-      commands.push_back(line.substr(0, end));
+      commands += line.substr(0, end) + "|";
       // The verb: the capitals after any Telnet bytes.
       const std::size_t from = line.find_first_of("ABCDEFGHIJKLMNOPQRSTUVWXYZ");
       const std::string verb = line.substr(from, std::min(line.find(' ', from), end) - from);
       FtpRule rule{verb, DefaultReply(verb)};
       if (verb == "PASV")
-        rule.reply = "227 Entering Passive Mode (127,0,0,1," + std::to_string(passive_port / 256) + "," +
-                     std::to_string(passive_port % 256) + ").\r\n";
+        rule.reply = "227 Entering Passive Mode (127,0,0,1," + std::to_string(port / 256) + "," +
+                     std::to_string(port % 256) + ").\r\n";
       if (verb == "PORT" || verb == "PASV") port_text = line.substr(4, end - 4);  // empty after PASV
       auto& rules = script.rules;
       const auto scripted = std::find_if(rules.begin(), rules.end(), [&](auto& r) { return r.verb == verb; });
@@ -83,7 +83,7 @@ void FtpScriptServer::Session() {
       if (rule.act != FtpAct::kSilent) say(rule.reply);
       if (rule.act == FtpAct::kDrop) got = 0;
       if (!rule.reply.starts_with("150") || rule.act == FtpAct::kNoData) continue;
-      const int data = OpenData(port_text, passive_listener);
+      const int data = OpenData(port_text, listener);
       if (verb == "RETR" || verb == "NLST") send(data, script.data.data(), script.data.size(), MSG_NOSIGNAL);
       for (ssize_t n; (verb == "STOR" || verb == "APPE") && (n = recv(data, block, sizeof block, 0)) > 0;)
         stored.append(block, static_cast<std::size_t>(n));
@@ -93,7 +93,6 @@ void FtpScriptServer::Session() {
   }
   close(control);
   close(listener);
-  close(passive_listener);
 }
 
 }  // namespace harness

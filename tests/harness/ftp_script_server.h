@@ -1,7 +1,8 @@
 // A scripted FTP server on 127.0.0.1 for the FTP client's scenarios. It
 // serves one control connection on a thread of its own, answers each command
 // by the first unused rule of its verb (else by a default reply), and records
-// what it received. Data connections follow the client's PORT or PASV.
+// what it received. Data connections follow the client's PORT or PASV (to the
+// listener of the control connection).
 #pragma once
 
 #include <string>
@@ -34,10 +35,11 @@ struct FtpScriptServer {
   void Session();
 
   FtpScript script;
-  int listener = -1, port = 0, passive_listener = -1, passive_port = 0;
-  // Valid after Stop(): the command lines as they came (Telnet bytes too,
-  // "<urgent>" where the urgent mark was), and the bytes of the uploads.
-  std::vector<std::string> commands;
+  int listener = -1, port = 0;
+  // Valid after Stop(): the command lines as they came, each ended by "|"
+  // (Telnet bytes too, "<urgent>" where the urgent mark was), and the bytes
+  // of the uploads.
+  std::string commands;
   std::string stored;
   std::jthread thread;  // last: joined before the rest goes
 };

@@ -9,10 +9,10 @@
 #include "config/svc_cfg_file.h"
 #include "front/dispatcher.h"
 #include "ftp/client/ftp_internal.h"
+#include "harness/process.h"
 #include "platform/command.h"
 #include "platform/file_lock.h"
 #include "platform/sleep.h"
-#include "harness/process.h"
 
 namespace harness {
 namespace {
@@ -43,23 +43,16 @@ InProcessResult RunInProcess(const std::function<int()>& body, std::string_view 
   g_recording = &result;
   platform::SetCommandRunner(RecordCommand);
   platform::SetSleeper(RecordSleep);
-  std::fflush(stdout);
-  std::fflush(stderr);
-  std::FILE* out = std::tmpfile();
-  std::FILE* err = std::tmpfile();
-  const int saved_out = dup(STDOUT_FILENO);
-  const int saved_err = dup(STDERR_FILENO);
-  dup2(fileno(out), STDOUT_FILENO);
-  dup2(fileno(err), STDERR_FILENO);
+  // Standard output and error (descriptors 1 and 2) go to temporary files.
+  std::FILE* files[2] = {std::tmpfile(), std::tmpfile()};
+  int saved[2];
+  std::fflush(nullptr);
+  for (int fd = 1; fd <= 2; ++fd) saved[fd - 1] = dup(fd), dup2(fileno(files[fd - 1]), fd);
   result.result = body();
-  std::fflush(stdout);
-  std::fflush(stderr);
-  dup2(saved_out, STDOUT_FILENO);
-  dup2(saved_err, STDERR_FILENO);
-  close(saved_out);
-  close(saved_err);
-  result.out = Contents(out);
-  result.err = Contents(err);
+  std::fflush(nullptr);
+  for (int fd = 1; fd <= 2; ++fd) dup2(saved[fd - 1], fd), close(saved[fd - 1]);
+  result.out = Contents(files[0]);
+  result.err = Contents(files[1]);
   platform::SetCommandRunner(nullptr);
   platform::SetSleeper(nullptr);
   g_recording = nullptr;

@@ -22,12 +22,12 @@ struct ProcessResult {
 
 struct CgiRequest {
   std::string cgi;              // "nxmailsvc.cgi"; started as /cgi-bin/<cgi>
-  std::string form;             // the body of a POST, the query of a GET
-  std::string root;             // NXCGI_ROOT
+  std::string form{};           // the body of a POST, the query of a GET
+  std::string root{};           // NXCGI_ROOT
   std::string method = "POST";  // empty: REQUEST_METHOD unset
   std::string content_type = "application/x-www-form-urlencoded";
-  std::optional<std::string> content_length;  // default: the body's length
-  Env env;
+  std::optional<std::string> content_length{};  // default: the body's length
+  Env env{};
   std::string argv0;  // default: /cgi-bin/<cgi>
 };
 

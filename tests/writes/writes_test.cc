@@ -16,33 +16,19 @@ namespace {
 
 using harness::DeviceRoot;
 
-// A program that saves one file, and what it answers when the save fails.
+// A request that saves one file (the text one through the text library),
+// and what it answers when the save fails.
 struct Program {
-  const char* name;
+  const char* cgi;
   const char* file;
-  std::vector<std::string> (*argv)(const DeviceRoot&);
   std::string failed_out;
-  int failed_status;
 };
 
-std::vector<std::string> Cgi(const DeviceRoot& root, const std::string& cgi) {
-  const std::string link = root.Host("/" + cgi);
-  std::filesystem::create_symlink(harness::BuiltProgram("nxcgi"), link);
-  return {link};
-}
-
 const Program kPrograms[] = {
-    {"MailPort", "/opt/vsb/etc/NxConf/NxModId1/MailConf.bin",
-     [](const DeviceRoot& r) { return Cgi(r, "nxmailsvcport.cgi"); }, harness::kHeader, 0},
-    {"PtzModule", "/opt/vsb/etc/NxConf/PtzConf.bin",
-     [](const DeviceRoot& r) { return Cgi(r, "nxptzmodset.cgi"); },
-     harness::kHeader + harness::Alert("nxptzmodset.cgi", ""), 0},
-    {"TextKey", "/opt/vsb/etc/esmta.conf",
-     [](const DeviceRoot&) {
-       return std::vector<std::string>{harness::BuiltProgram("tcfg_edit"), "/opt/vsb/etc/esmta.conf",
-                                       "SERVER", "x"};
-     },
-     "save failed\n", 1},
+    {"nxmailsvcport.cgi", "/opt/vsb/etc/NxConf/NxModId1/MailConf.bin", harness::kHeader},
+    {"nxptzmodset.cgi", "/opt/vsb/etc/NxConf/PtzConf.bin",
+     harness::kHeader + harness::Alert("nxptzmodset.cgi", "")},
+    {"nxisensconf.cgi", "/opt/vsb/etc/NxIsensNe.conf", harness::kHeader},
 };
 
 enum class After { kOld, kNew };
@@ -74,10 +60,13 @@ TEST_P(Faults, FileIsOldOrNew) {
   if (harness::RunProgram({"strace", "-qq", "-o", "/dev/null", "true"}).exit_status != 0)
     GTEST_SKIP() << "strace cannot trace here";
   DeviceRoot root;
-  const harness::Env env = {{"NXCGI_ROOT", root.path()},
-                            {"REQUEST_METHOD", "GET"},
-                            {"QUERY_STRING", "NxModId=1&NxCgiVer=1&PortId=2&PauseTime=77&PtzBaseAddr=5"}};
-  const std::vector<std::string> argv = program.argv(root);
+  const harness::Env env = {
+      {"NXCGI_ROOT", root.path()},
+      {"REQUEST_METHOD", "GET"},
+      {"QUERY_STRING", "NxModId=1&NxCgiVer=1&PortId=2&PauseTime=77&PtzBaseAddr=5&CeUdpPort=9"}};
+  // The program is started through a link named as the CGI, so that strace can run it.
+  const std::vector<std::string> argv = {root.Host("/") + program.cgi};
+  std::filesystem::create_symlink(harness::BuiltProgram("nxcgi"), argv[0]);
   const std::string old_file = root.Read(program.file);
   const std::string directory = std::filesystem::path(root.Host(program.file)).parent_path();
   ASSERT_EQ(harness::RunProgram(argv, env).exit_status, 0);
@@ -85,18 +74,15 @@ TEST_P(Faults, FileIsOldOrNew) {
   ASSERT_NE(new_file, old_file);
   root.Write(program.file, old_file);
 
-  std::vector<std::string> traced = {
-      "strace", "-qq",
-      "-o",     "/dev/null",
-      "-e",     "inject=" + std::string(fault.call) + ":" + fault.inject + ":when=" + std::to_string(fault.n),
-      "--"};
-  traced.insert(traced.end(), argv.begin(), argv.end());
+  const std::string inject = "inject=" + std::string(fault.call) + ":" + fault.inject + ":when=";
+  const std::vector<std::string> traced = {
+      "strace", "-qq", "-o", "/dev/null", "-e", inject + std::to_string(fault.n), argv[0]};
   const harness::ProcessResult faulty = harness::RunProgram(traced, env);
 
   EXPECT_EQ(root.Read(program.file), fault.after == After::kNew ? new_file : old_file);
   if (std::string_view(fault.inject).starts_with("error")) {
     EXPECT_EQ(faulty.out, program.failed_out);
-    EXPECT_EQ(faulty.exit_status, program.failed_status);
+    EXPECT_EQ(faulty.exit_status, 0);
     EXPECT_FALSE(TempFilesIn(directory));
   } else {
     EXPECT_EQ(faulty.exit_status, -1) << "not killed";
@@ -109,7 +95,8 @@ TEST_P(Faults, FileIsOldOrNew) {
 
 std::string FaultName(const testing::TestParamInfo<std::tuple<Program, Fault>>& info) {
   const Fault& fault = std::get<1>(info.param);
-  return std::string(std::get<0>(info.param).name) + "_" + fault.call + std::to_string(fault.n) +
+  const std::string cgi = std::get<0>(info.param).cgi;
+  return cgi.substr(0, cgi.find('.')) + "_" + fault.call + std::to_string(fault.n) +
          (std::string_view(fault.inject).starts_with("error") ? "_Error" : "_Killed");
 }
 
@@ -122,27 +109,23 @@ INSTANTIATE_TEST_SUITE_P(Saves, Faults,
 TEST(ConcurrentEdits, OfOneFileAllTakeEffect) {
   DeviceRoot root;
   const std::string mail = "/opt/vsb/etc/NxConf/NxModId1/MailConf.bin";
-  const std::string keys[] = {"SERVER", "SENDER", "USERID", "PASSWD"};
+  const char* const keys[] = {"Flk", "Agc", "Blc", "Elc"};  // of the camera switches
   std::string expected = root.Read(mail);
   std::vector<std::thread> workers;
   for (int p = 0; p < 4; ++p) {
     workers.emplace_back([&, p] {
       for (int i = 1; i <= 30; ++i) {
-        harness::Post("nxmailsvcport.cgi",
-                      "NxModId=1&NxCgiVer=1&PortId=" + std::to_string(p) + "&PauseTime=" + std::to_string(i),
+        const std::string n = std::to_string(i), port = std::to_string(p);
+        harness::Post("nxmailsvcport.cgi", "NxModId=1&NxCgiVer=1&PortId=" + port + "&PauseTime=" + n,
                       root.path());
-        harness::RunProgram(
-            {harness::BuiltProgram("tcfg_edit"), "/opt/vsb/etc/esmta.conf", keys[p], std::to_string(i)},
-            {{"NXCGI_ROOT", root.path()}});
+        harness::Post("nxcamgpctl.cgi", "CamGpio" + (keys[p] + ("=" + n)), root.path());
       }
     });
     expected.replace(396 + 1044 * p + 344, 4, std::string("\x1e\0\0\0", 4));
   }
   for (std::thread& worker : workers) worker.join();
   EXPECT_EQ(root.Read(mail), expected);
-  const std::string text = root.Read("/opt/vsb/etc/esmta.conf");
-  for (const std::string& key : keys)
-    EXPECT_NE(text.find(key + "=30\n"), std::string::npos) << key << "\n" << text;
+  EXPECT_EQ(root.Read("/opt/vsb/etc/NxConf/camgpctl.conf"), "FLK=30\nAGC=30\nBLC=30\nELC=30\n");
 }
 
 }  // namespace
