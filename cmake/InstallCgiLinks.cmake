@@ -11,13 +11,16 @@ list(LENGTH NXCGI_CGI_NAMES NXCGI_CGI_NAME_COUNT)
 set(NXCGI_CGI_NAMES "${NXCGI_CGI_NAMES}" CACHE INTERNAL "CGI names of the handler table")
 
 install(TARGETS nxcgi RUNTIME DESTINATION ${NXCGI_BIN_DIR})
+# Each link names the executable relative to the link's directory, so that
+# it holds on the device and in a staging root given as DESTDIR (a firmware
+# image, the simulator's device root) alike.
+file(RELATIVE_PATH NXCGI_LINK_TARGET "${NXCGI_CGI_BIN_DIR}" "${NXCGI_BIN_DIR}/nxcgi")
 install(CODE "
-  set(_bin \"\$ENV{DESTDIR}${NXCGI_BIN_DIR}/nxcgi\")
   set(_dir \"\$ENV{DESTDIR}${NXCGI_CGI_BIN_DIR}\")
   file(MAKE_DIRECTORY \"\${_dir}\")
   foreach(_name ${NXCGI_CGI_NAMES})
     file(REMOVE \"\${_dir}/\${_name}\")
-    file(CREATE_LINK \"\${_bin}\" \"\${_dir}/\${_name}\" SYMBOLIC)
+    file(CREATE_LINK \"${NXCGI_LINK_TARGET}\" \"\${_dir}/\${_name}\" SYMBOLIC)
   endforeach()
   message(STATUS \"Linked ${NXCGI_CGI_NAME_COUNT} CGI names in \${_dir}\")
 ")
