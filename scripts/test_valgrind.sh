@@ -17,6 +17,9 @@ cmake --build "$build_dir" -j2
 # valgrind sees the allocations of a dynamically linked program only: the
 # tests of the host build run against a dynamic nxcgi built beside it
 # (preset valgrind, build-valgrind/), under the wrapper the test presets set.
+# The wrapper turns valgrind's gdb server off (--vgdb=no): its FIFOs in /tmp
+# are named by pid, and the daemons tests run nxcgi in pid namespaces, where
+# two valgrinds at once can have the same pid and remove each other's FIFOs.
 cmake --preset valgrind >/dev/null
 cmake --build --preset valgrind -j2
 
