@@ -23,9 +23,7 @@ cmake --build "$build_dir" -j2
 cmake --preset valgrind >/dev/null
 cmake --build --preset valgrind -j2
 
-# The process-level tests, and the peer tests that start nxcgi processes
-# (but the one that sends twenty requests in a row: its first request is the
-# same as another test's).
+# The process-level tests, and the peer tests that start nxcgi processes.
 status=0
 ctest --preset valgrind-cgi --test-dir "$build_dir" -j2 "$@" || status=$?
 ctest --preset valgrind-peer --test-dir "$build_dir" -j2 "$@" || status=$?
