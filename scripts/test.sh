@@ -6,7 +6,7 @@
 #   sanitizers  every test again, built with AddressSanitizer and UBSan
 #   valgrind    the process-level tests with every nxcgi under valgrind
 #   arm         the ARM cross build's unit and process-level tests under qemu
-#   fuzz        each libFuzzer harness for NXCGI_FUZZ_SECONDS (60) seconds
+#   fuzz        each libFuzzer harness for NXCGI_FUZZ_SECONDS (20) seconds
 # NXCGI_TEST_STAGES picks stages (default: all, in this order). Extra
 # arguments go to the host ctest (e.g. -L unit, -LE browser).
 set -euo pipefail
@@ -30,7 +30,7 @@ for stage in $stages; do
     sanitizers) bash scripts/test_sanitizers.sh ;;
     valgrind) bash scripts/test_valgrind.sh ;;
     arm) bash scripts/test_arm.sh ;;
-    fuzz) bash scripts/fuzz.sh "${NXCGI_FUZZ_SECONDS:-60}" ;;
+    fuzz) bash scripts/fuzz.sh "${NXCGI_FUZZ_SECONDS:-20}" ;;
     *)
       echo "unknown test stage: $stage" >&2
       exit 2
