@@ -46,14 +46,19 @@ ProcessResult Spawn(const std::string& path, const std::vector<std::string>& arg
 
 // NXCGI_EXEC_WRAPPER, split at blanks, runs every nxcgi ("valgrind -q ...")
 // and, when it is an emulator ("qemu-arm -L ..."), every program of the
-// build. nxcgi takes its handler from its name, so it goes to the wrapper as
-// a link named after the CGI name. Empty: no wrapper.
+// build. nxcgi takes its handler from its name, so another wrapper gets a
+// link named after the CGI name. Empty: no wrapper.
 std::vector<std::string> Wrapped(const std::string& binary, const std::string& argv0, bool emulator_only) {
   std::vector<std::string> words;
   std::istringstream wrapper(std::getenv("NXCGI_EXEC_WRAPPER") ? std::getenv("NXCGI_EXEC_WRAPPER") : "");
   for (std::string word; wrapper >> word;) words.push_back(word);
+  // An emulator hands the program the argv[0] it is given (-0), even an empty name.
+  if (!words.empty() && words[0].starts_with("qemu")) {
+    words.insert(words.end(), {"-0", argv0, binary});
+    return words;
+  }
   const std::string name = argv0.substr(argv0.rfind('/') + 1);
-  if (words.empty() || name.empty() || (emulator_only && !words[0].starts_with("qemu"))) return {};
+  if (words.empty() || name.empty() || emulator_only) return {};
   static const std::string links = [] {
     std::string dir = std::filesystem::temp_directory_path() / "nxcgi-links-XXXXXX";
     if (mkdtemp(dir.data()) == nullptr) throw std::runtime_error("mkdtemp failed");
@@ -64,7 +69,6 @@ std::vector<std::string> Wrapped(const std::string& binary, const std::string& a
     std::error_code exists;
     std::filesystem::create_symlink(binary, program = links + "/" + name, exists);
   }
-  if (words[0].starts_with("qemu")) words.insert(words.end(), {"-0", argv0});
   words.push_back(program);
   return words;
 }
@@ -110,7 +114,9 @@ ProcessResult Post(const std::string& cgi, const std::string& form, const std::s
 }
 
 ProcessResult RunProgram(const std::vector<std::string>& argv, const Env& env, const std::string& input) {
-  std::vector<std::string> command = Wrapped(argv[0], argv[0], true);
+  // Only programs of the build need the emulator; the host's tools (bash, cp) run as they are.
+  std::vector<std::string> command;
+  if (argv[0].starts_with(NXCGI_BIN_DIR)) command = Wrapped(argv[0], argv[0], true);
   if (command.empty()) return Spawn(argv[0], argv, env, input);
   command.insert(command.end(), argv.begin() + 1, argv.end());
   return Spawn(command[0], command, env, input);
