@@ -13,14 +13,7 @@ char g_err_msg[kCgiErrMsgSize];
 
 void WriteErrorPage(const char* cgi_name, const char* message) {
   CgiPrintContentType("text/html");
-  std::printf("<html>\n");
-  std::printf("<head>\n");
-  std::printf("<script language=javascript>\n");
-  std::printf("alert(\"%s Cgi Func:[%s] return ERROR!!!\");\n", cgi_name, message);
-  std::printf("history.go(-1);\n");
-  std::printf("</script>\n");
-  std::printf("</head>\n");
-  std::printf("</html>\n");
+  WriteAlert(cgi_name, message);
 }
 
 }  // namespace
@@ -49,5 +42,5 @@ int CgiDispatchWithTable(int argc, char** argv, const CgiHandlerEntry* table) {
     return 0;
   }
   if (result == 0) return 0;
-  return CgiResponseEpilogue();
+  return CgiResponseEpilogue(cgi_name);
 }

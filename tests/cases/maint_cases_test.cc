@@ -29,6 +29,14 @@ CgiCase HoldRefused(const char* name, const std::string& form, const std::string
   return Fails(name, "nxiholdcln.cgi", form, "", kHeld, "nxiholdcln.cgi: invalid " + field + "\n");
 }
 
+// The epilogue after a request that succeeds: RetPage (and more fields),
+// with the page /web/ok.html.
+CgiCase Page(const char* name, const std::string& fields, const std::string& page) {
+  return CgiCase(name, "nxevtnote.cgi", "RetPage=" + fields,
+                 {File("/web/ok.html", "<p>ok</p>\n"), File("/secret.txt", "s")}, {}, kHeader + page);
+}
+std::string Script(const std::string& ids) { return "<script language=javascript>\n" + ids + "</script>\n"; }
+
 // The save command's stub, as shell text inside the root.
 const std::string S = "$NXCGI_ROOT/usr/sbin/savecfg";
 CgiCase Commands(const char* name, const std::string& form, const std::string& err,
@@ -94,13 +102,23 @@ INSTANTIATE_TEST_SUITE_P(
                 {}, {}, kHeader + "hi\n"),
         Fails("CommandsNeedAVersion", "nxdosyscmd.cgi", "NxCgiVer=2&Command=true"),
         Fails("EmptyCommandFails", "nxdosyscmd.cgi", "NxCgiVer=1&Command="),
-        CgiCase(
-            "EpilogueSavesMarksAndJoinsTheRelativePage", "nxevtnote.cgi",
-            "SaveCfg=YES&NxMkChg=YES&RetPage=ok.html&NxModId=1&PortId=x%22y",
-            {File("/web/ok.html", "<p>ok</p>\n")}, {File(kMark, "")},
-            kHeader +
-                "<script language=javascript>\nvar NXMODID = 1;\nvar PORTID = x\"y;\n</script>\n<p>ok</p>\n",
-            {"/usr/sbin/savecfg"}),
+        CgiCase("EpilogueSavesMarksAndJoinsTheRelativePage", "nxevtnote.cgi",
+                "SaveCfg=YES&NxMkChg=YES&RetPage=ok.html&NxModId=-12&PortId=0x1F",
+                {File("/web/ok.html", "<p>ok</p>\n")}, {File(kMark, "")},
+                kHeader + Script("var NXMODID = -12;\nvar PORTID = 0x1F;\n") + "<p>ok</p>\n",
+                {"/usr/sbin/savecfg"}),
+        Page("IdsOtherThanNumbersAreWrittenAsTheirNumbers", "ok.html&NxModId=1%3Balert(1)&PortId=x%22y",
+             Script("var NXMODID = 1;\nvar PORTID = 0;\n") + "<p>ok</p>\n"),
+        Page("PageOutsideTheWebRoot", "../secret.txt", Script("") + "Page Open Error (/web/../secret.txt)"),
+        Page("PageThatIsADirectory", "/img", Script("") + "Page Open Error (/web/img)"),
+        Page("PageNameEscaped", "%3Cb%3E%22.html",
+             Script("") + "Page Open Error (/web/&lt;b&gt;&quot;.html)"),
+        Page("RedirectRelativeKept", "&RetReDir=up/x.html%3Fa%3D1%26b%3D2", Redirect("up/x.html?a=1&b=2")),
+        Page("RedirectCannotEndItsString", "&RetReDir=/x%22%3B%5C%3C/script%3E",
+             Redirect("/x\\\";\\\\<\\/script>")),
+        Fails("AlertTextCannotEndItsString", "nxsettextfile.cgi",
+              "TextFilePath=/etc/a%22%3C/script%3E%3C!--.txt&TextContents=n",
+              "File not exist File Path = [/etc/a\\\"<\\/script>\\x3C!--.txt]<br>\n"),
         CgiCase("EpilogueOnlyExactYesThenRedirect", "nxevtnote.cgi",
                 "SaveCfg=Yes&NxMkChg=YES%20&NxRmChg=YES&RetPage=/none.html&RetReDir=/x.html",
                 {File(kMark, "")}, {Gone(kMark)},
@@ -144,6 +162,22 @@ TEST(MaintRequest, ProgramNames) {
                                    {"/usr/lib/cgi-bin/", "NOT Found Cgi Func: <br>\n"}}) {
     const ProcessResult result = RunCgi({.cgi = "nxevtnote.cgi", .argv0 = argv0});
     EXPECT_EQ(std::to_string(result.exit_status) + result.out, "0" + out) << argv0;
+  }
+}
+
+// Redirects off the site, as a browser reads them, get the alert page.
+TEST(MaintRequest, RedirectsOffTheSiteAreRefused) {
+  for (const auto& [target, shown] : {std::pair{"javascript:alert(1)", "javascript:alert(1)"},
+                                      {"%20%01JavaScript:x", " \x01JavaScript:x"},
+                                      {"java%09script:x", "java\tscript:x"},
+                                      {"/%09/evil.example", "/\t/evil.example"},
+                                      {"//evil.example", "//evil.example"},
+                                      {"/%5Cevil.example", "/\\\\evil.example"},
+                                      {"http:x", "http:x"}}) {
+    DeviceRoot root;
+    EXPECT_EQ(Post("nxevtnote.cgi", std::string("RetReDir=") + target, root.path()).out,
+              Alert("nxevtnote.cgi", std::string("Invalid RetReDir = [") + shown + "]"))
+        << target;
   }
 }
 

@@ -1,0 +1,31 @@
+#include "platform/regular_file.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+
+namespace platform {
+
+int OpenRegularFile(const char* host_path) {
+  // A device is not even opened (opening some has effects); the open itself
+  // does not wait, in case a FIFO took the file's place after the check.
+  struct stat status;
+  if (stat(host_path, &status) != 0) return -1;
+  if (!S_ISREG(status.st_mode)) {
+    errno = EINVAL;
+    return -1;
+  }
+  const int fd = open(host_path, O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC);
+  if (fd < 0) return -1;
+  if (fstat(fd, &status) != 0 || !S_ISREG(status.st_mode)) {
+    close(fd);
+    errno = EINVAL;
+    return -1;
+  }
+  fcntl(fd, F_SETFL, fcntl(fd, F_GETFL) & ~O_NONBLOCK);
+  return fd;
+}
+
+}  // namespace platform
