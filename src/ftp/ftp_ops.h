@@ -12,6 +12,9 @@ inline constexpr int kDirSchemeDays = 16;
 inline constexpr int kDirSchemeHours = 32;
 inline constexpr int kDirSchemeServerName = 256;
 
+// What a failed login's message shows in place of the password.
+inline constexpr const char* kHiddenPassword = "****";
+
 // A connected, logged-in session in binary type, or null. ctrl_port in host
 // order, 0 = the services database's ftp port.
 ftp_session* ftp_make(const char* host, const char* user, const char* password, int ctrl_port);

@@ -253,7 +253,7 @@ const std::string kSig = "/opt/vsb/etc/NxConf/NxModId1/FtpSigSvcConf.bin";
 const std::string kDur = "/opt/vsb/etc/NxConf/NxModId1/FtpDurSvcConf.bin";
 const std::string kNames = "/etc/sysconfig/names.conf";
 const std::string kLogin = "NxCgiVer=1&ServerIp=127.0.0.1&User=cam&Passwd=secret&FtpCtrlPort=@&RemoteDir=in/";
-const std::string kMakeError = "ftp_make(127.0.0.1,cam,secret) ERROR", kDirsError = "ftp_mkdirs() ERROR";
+const std::string kMakeError = "ftp_make(127.0.0.1,cam,****) ERROR", kDirsError = "ftp_mkdirs() ERROR";
 const std::string kHost32 = "127.0.0.1" + std::string(23, '0');
 
 const HandlerRow kHandlerRows[] = {
@@ -268,7 +268,7 @@ const HandlerRow kHandlerRows[] = {
     B("BinGetWithoutFileNames", kLogin + "&LocalDir=/tmp/", {}, {}, BinGetError(kMakeError)),
     B("BinGetLoginRefused",
       "NxCgiVer=1&ServerIp=127.0.0.1&User=cam&Passwd=wrong&FtpCtrlPort=@&FileNames=f0&LocalDir=/tmp/", {}, {},
-      "Authentication failed.\n" + BinGetError("ftp_make(127.0.0.1,cam,wrong) ERROR"), "Login failed.\n"),
+      "Authentication failed.\n" + BinGetError(kMakeError), "Login failed.\n"),
     // Without a port: the services database's ftp port (21), where nothing
     // listens (the row skips itself where something does).
     B("BinGetWithoutPortConnectsToTheFtpService",
@@ -276,7 +276,7 @@ const HandlerRow kHandlerRows[] = {
       BinGetError(kMakeError), "ftp: connect: Connection refused\n"),
     B("BinGetRefusesAHostLongerThanItsSlot",
       "NxCgiVer=1&ServerIp=" + kHost32 + "&User=cam&Passwd=secret&FtpCtrlPort=@&FileNames=f0&LocalDir=/tmp/",
-      {}, {}, BinGetError("ftp_make(" + kHost32 + ",cam,secret) ERROR"), ""),
+      {}, {}, BinGetError("ftp_make(" + kHost32 + ",cam,****) ERROR"), ""),
     M("MkDirCameras", "sig", {U32(kSig, 212, 1)}, kHeader, Seq("CAM%d", 1, 6)),
     M("MkDirDays", "dur", {U32(kDur, 216, 16)}, kHeader, Seq("%dth", 4, 31, {"1st", "2nd", "3rd"})),
     M("MkDirOtherSchemesUploadTheTestFile", "dur", {U32(kDur, 216, 2)}, kHeader,
@@ -292,6 +292,8 @@ const HandlerRow kHandlerRows[] = {
       "File exists.\n" + MkDirError(kDirsError)),
     M("MkDirMissingBaseDirectory", "sig", {U32(kSig, 212, 1), Str(kSig, 136, "nowhere")},
       "No such file or directory.\n" + MkDirError(kDirsError)),
+    M("MkDirLoginRefusedHidesTheStoredPassword", "sig", {Str(kSig, 104, "wrong")},
+      "Authentication failed.\n" + MkDirError(kMakeError)),
     M("MkDirNoServerIp", "sig", {Str(kSig, 8, "")}, MkDirError("Have no Server Ip ERROR")),
     M("MkDirUnknownMode", "SIG", {}, MkDirError("Invaled FtpMode = SIG")),
     M("MkDirMissingServiceFile", "dur", {Gone(kDur)}, MkDirError("LoadSvcCfgFile(1,SSVCID_SFTP) ERROR")),

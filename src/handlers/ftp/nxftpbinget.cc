@@ -44,17 +44,15 @@ bool JoinPath(std::span<char> path, const char* dir, const char* name) {
   return written >= 0 && static_cast<std::size_t>(written) < path.size();
 }
 
-// The session's failure with the login texts. They are read again from the
-// form: the same texts as the record's, except that a value refused for its
-// slot is shown whole.
+// The session's failure with the host and user, the password hidden. They
+// are read again from the form: the same texts as the record's, except that
+// a value refused for its slot is shown whole.
 void ReportMakeError(char* err_msg) {
   char host[kFieldBufferSize] = {};
   char user[kFieldBufferSize] = {};
-  char password[kFieldBufferSize] = {};
   if (CgiGetField("ServerIp", host, kFieldBufferSize) != CGI_FIELD_OK) host[0] = '\0';
   if (CgiGetField("User", user, kFieldBufferSize) != CGI_FIELD_OK) user[0] = '\0';
-  if (CgiGetField("Passwd", password, kFieldBufferSize) != CGI_FIELD_OK) password[0] = '\0';
-  CgiSetErrMsg(err_msg, "ftp_make(%s,%s,%s) ERROR\n", host, user, password);
+  CgiSetErrMsg(err_msg, "ftp_make(%s,%s,%s) ERROR\n", host, user, kHiddenPassword);
 }
 
 // Fills the record from the form; false when a value does not fit its slot.

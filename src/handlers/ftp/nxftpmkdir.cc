@@ -105,9 +105,8 @@ bool ReadServiceLogin(const UploadService& service, std::span<const uint8_t> ima
     return false;
   }
   if (!CopyText(host, login->host) || !CopyText(user, login->user) || !CopyText(password, login->password)) {
-    CgiSetErrMsg(err_msg, "ftp_make(%.*s,%.*s,%.*s) ERROR", static_cast<int>(host.size()), host.data(),
-                 static_cast<int>(user.size()), user.data(), static_cast<int>(password.size()),
-                 password.data());
+    CgiSetErrMsg(err_msg, "ftp_make(%.*s,%.*s,%s) ERROR", static_cast<int>(host.size()), host.data(),
+                 static_cast<int>(user.size()), user.data(), kHiddenPassword);
     return false;
   }
   if (!CopyText(config::LoadText(image, service.base_dir), login->base_dir)) {
@@ -137,7 +136,7 @@ int NxCgi_FtpMkDirCgifunc(char* err_msg) {
 
   ftp_session* s = ftp_make(login.host, login.user, login.password, login.ctrl_port);
   if (s == nullptr) {
-    CgiSetErrMsg(err_msg, "ftp_make(%s,%s,%s) ERROR", login.host, login.user, login.password);
+    CgiSetErrMsg(err_msg, "ftp_make(%s,%s,%s) ERROR", login.host, login.user, kHiddenPassword);
     return -1;
   }
   const int made = ftp_mkdirs(s, login.base_dir, login.scheme);
