@@ -18,7 +18,7 @@ ensure_packages "${NXCGI_BUILD_PACKAGES[@]}" "${NXCGI_FUZZ_PACKAGES[@]}" netbase
 seconds=${1:-60}
 shift || true
 harnesses=("$@")
-[ ${#harnesses[@]} -gt 0 ] || harnesses=(form_parser tcfg ftp_reply catalogue dispatcher)
+[ ${#harnesses[@]} -gt 0 ] || harnesses=(form_parser tcfg ftp_reply catalogue dispatcher answer)
 
 build_dir=build-fuzz
 cmake --preset fuzz >/dev/null
