@@ -8,6 +8,7 @@
 #include "cgi/form_fields.h"
 #include "handlers/handler.h"
 #include "platform/command.h"
+#include "platform/file_patterns.h"
 #include "platform/product_strings.h"
 
 namespace {
@@ -48,12 +49,8 @@ int NxCgi_ChgHwOptionFunc(char* err_msg) {
   store.Path("/usr/sbin/fuc").Text(" -sh sft-string offset=1 data=").QuotedWord(product).Text(" >/dev/null");
   platform::RunCommand(store);
 
-  // RmFiles is shell text by design: file names with wildcards.
+  // RmFiles: file names with wildcards, never shell text.
   char rm_files[kRmFilesSize];
-  if (ReadGivenField("RmFiles", rm_files)) {
-    platform::ShellCommand remove;
-    remove.Text("rm ").Text(rm_files).Text(" >/dev/null");
-    platform::RunCommand(remove);
-  }
+  if (ReadGivenField("RmFiles", rm_files)) platform::RemoveMatchingFiles(rm_files);
   return 1;
 }
