@@ -1,5 +1,6 @@
 #include "front/response_epilogue.h"
 
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <cctype>
@@ -22,12 +23,6 @@ namespace {
 bool FieldIsYes(const char* name) {
   char value[kFieldBufferSize];
   return ReadGivenField(name, value) && std::strcmp(value, "YES") == 0;
-}
-
-void RunFixedCommand(const char* program, const char* device_path, const char* suffix) {
-  platform::ShellCommand command;
-  command.Text(program).Path(device_path).Text(suffix);
-  platform::RunCommand(command);
 }
 
 // The page's file, resolved (".." components, symbolic links), only when it
@@ -144,9 +139,22 @@ void WriteAlert(const char* cgi_name, const char* message) {
 }
 
 int CgiResponseEpilogue(const char* cgi_name) {
-  if (FieldIsYes("SaveCfg")) RunFixedCommand("", "/usr/sbin/savecfg", " > /dev/null 2>/dev/null");
-  if (FieldIsYes("NxMkChg")) RunFixedCommand("touch ", "/tmp/NxConfChg", "");
-  if (FieldIsYes("NxRmChg")) RunFixedCommand("rm ", "/tmp/NxConfChg", "");
+  if (FieldIsYes("SaveCfg")) {
+    platform::ShellCommand save;
+    save.Path("/usr/sbin/savecfg").Text(" > /dev/null 2>/dev/null");
+    platform::RunCommand(save);
+  }
+  // The configuration-changed mark, made (or its time renewed) and removed
+  // as touch and rm would, but never through a link planted at its name.
+  const platform::HostPath mark = platform::MapPath("/tmp/NxConfChg");
+  if (FieldIsYes("NxMkChg")) {
+    const int fd = platform::OpenFixedFileForWrite(mark.c_str(), false);
+    if (fd >= 0) {
+      futimens(fd, nullptr);
+      close(fd);
+    }
+  }
+  if (FieldIsYes("NxRmChg")) unlink(mark.c_str());
 
   char value[kFieldBufferSize];
   if (ReadGivenField("RetPage", value)) WriteReturnPage(value);

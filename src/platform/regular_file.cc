@@ -28,4 +28,20 @@ int OpenRegularFile(const char* host_path) {
   return fd;
 }
 
+int OpenFixedFileForWrite(const char* host_path, bool truncate) {
+  // Without a reader a FIFO refuses a non-blocking writer (ENXIO) at once.
+  const int flags =
+      O_WRONLY | O_CREAT | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY | O_CLOEXEC | (truncate ? O_TRUNC : 0);
+  const int fd = open(host_path, flags, 0666);
+  if (fd < 0) return -1;
+  struct stat status;
+  if (fstat(fd, &status) != 0 || !S_ISREG(status.st_mode)) {
+    close(fd);
+    errno = EINVAL;
+    return -1;
+  }
+  fcntl(fd, F_SETFL, fcntl(fd, F_GETFL) & ~O_NONBLOCK);
+  return fd;
+}
+
 }  // namespace platform

@@ -3,6 +3,7 @@
 // shell commands run inside the root, and how a request reaches a handler.
 #include <gtest/gtest.h>
 
+#include <filesystem>
 #include <optional>
 
 #include "harness/cgi_case.h"
@@ -162,6 +163,18 @@ TEST(MaintRequest, ProgramNames) {
                                    {"/usr/lib/cgi-bin/", "NOT Found Cgi Func: <br>\n"}}) {
     const ProcessResult result = RunCgi({.cgi = "nxevtnote.cgi", .argv0 = argv0});
     EXPECT_EQ(std::to_string(result.exit_status) + result.out, "0" + out) << argv0;
+  }
+}
+
+// A link planted at the name of a mark under /tmp is not written through
+// (its missing target would be made).
+TEST(MaintRequest, MarksAreNotWrittenThroughLinks) {
+  for (const auto& [cgi, form, mark] : {std::tuple{"nxevtnote.cgi", "NxMkChg=YES", "/tmp/NxConfChg"},
+                                        {"nxptzset.cgi", "NxCgiVer=1&PtzDeviceId=0", "/tmp/ChkPtzConfChg"}}) {
+    DeviceRoot root;
+    std::filesystem::create_symlink(root.Host("/etc/planted"), root.Host(mark));
+    EXPECT_EQ(Post(cgi, form, root.path()).out, kHeader) << cgi;
+    EXPECT_FALSE(root.Exists("/etc/planted")) << cgi;
   }
 }
 

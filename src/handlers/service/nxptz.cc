@@ -2,6 +2,7 @@
 // installation) and nxptzportset.cgi (one port's preset names): the three
 // editors of PtzConf.bin and its process-wide image.
 #include <signal.h>
+#include <unistd.h>
 
 #include <cstdio>
 #include <cstdlib>
@@ -20,6 +21,7 @@
 #include "platform/host_root.h"
 #include "platform/numbers.h"
 #include "platform/pid_file.h"
+#include "platform/regular_file.h"
 #include "platform/text_view.h"
 
 namespace {
@@ -117,8 +119,10 @@ uint8_t BaudRateIndex(int32_t baud) {
 
 void WriteChangeMark() {
   const platform::HostPath path = platform::MapPath(kChangeMark);
-  std::FILE* mark = std::fopen(path.c_str(), "w");
+  const int fd = platform::OpenFixedFileForWrite(path.c_str(), true);
+  std::FILE* mark = fd >= 0 ? fdopen(fd, "w") : nullptr;
   if (mark == nullptr) {
+    if (fd >= 0) close(fd);
     std::fprintf(stderr, "[%s] fopen %s fail \n", "NxCgi_PtzConfSetCgifunc", kChangeMark);
     return;
   }
