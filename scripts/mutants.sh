@@ -60,20 +60,38 @@ read -r -d '' MUTANTS <<'EOF' || true
 - return id.given && id.value <= kLastId;
 + return id.given && id.value < kLastId;
 == epi01 src/front/response_epilogue.cc | NxMkChg removes the change mark
-- if (FieldIsYes("NxMkChg")) RunFixedCommand("touch ", "/tmp/NxConfChg", "");
-+ if (FieldIsYes("NxMkChg")) RunFixedCommand("rm ", "/tmp/NxConfChg", "");
+- const int fd = platform::OpenFixedFileForWrite(mark.c_str(), false);
++ const int fd = unlink(mark.c_str()) - 1;
 == epi02 src/front/response_epilogue.cc | a relative RetPage is not joined with a slash
 - if (ret_page[0] != '/') page_path.Append("/");
 +
 == epi03 src/front/response_epilogue.cc | any value starting with Y counts as YES
 - return ReadGivenField(name, value) && std::strcmp(value, "YES") == 0;
 + return ReadGivenField(name, value) && std::strncmp(value, "YES", 1) == 0;
-== epi04 src/front/response_epilogue.cc | the PORTID line lacks its semicolon
-- std::printf("var PORTID = %s;\n", value);
-+ std::printf("var PORTID = %s\n", value);
+== epi04 src/front/response_epilogue.cc | an id written as submitted lacks its semicolon
+- std::printf("var %s = %s;\n", variable, id);
++ std::printf("var %s = %s\n", variable, id);
+== epi05 src/front/response_epilogue.cc | every id is written as submitted
+- if (plain) {
++ if (true) {
+== epi06 src/front/response_epilogue.cc | a page outside the web root is read
+- page_text.starts_with(root_text) && page_text[root_text.size()] == '/';
++ true;
+== epi07 src/front/response_epilogue.cc | a redirect to //host counts as the site
+- if (url.starts_with('/')) return !url.starts_with("//");
++ if (url.starts_with('/')) return true;
+== epi08 src/front/response_epilogue.cc | a tab in a redirect target is kept
+- if (c == '\t' || c == '\n' || c == '\r') continue;
++ if (c == '\n' || c == '\r') continue;
+== esc01 src/cgi/answer_text.cc | a quote in a script string is not escaped
+- if (c == '\\' || c == '"') {
++ if (c == '\\') {
+== esc02 src/cgi/answer_text.cc | "</" is written into a script string as it is
+- std::fputs("<\\", stdout);
++ std::fputs("<", stdout);
 == disp01 src/front/dispatcher.cc | a result of 0 runs the epilogue
 - if (result == 0) return 0;
-+ if (result == 0) return CgiResponseEpilogue();
++ if (result == 0) return CgiResponseEpilogue(cgi_name);
 == disp02 src/front/dispatcher.cc | the CGI name keeps its slash
 - const char* cgi_name = slash != nullptr ? slash + 1 : argv[0];
 + const char* cgi_name = slash != nullptr ? slash : argv[0];
@@ -321,6 +339,15 @@ read -r -d '' MUTANTS <<'EOF' || true
 == plat06 src/platform/product_strings.cc | the slot's start mark lacks its quote
 - std::snprintf(start_mark, sizeof start_mark, "KVF_STR%d=\"", slot);
 + std::snprintf(start_mark, sizeof start_mark, "KVF_STR%d=", slot);
+== file01 src/platform/file_patterns.cc | the first match of a pattern stays
+- for (std::size_t i = 0; i < matches.gl_pathc; ++i)
++ for (std::size_t i = 1; i < matches.gl_pathc; ++i)
+== file02 src/platform/regular_file.cc | a link at a mark's name is followed
+- O_WRONLY | O_CREAT | O_NOFOLLOW | O_NONBLOCK
++ O_WRONLY | O_CREAT | O_NONBLOCK
+== ftph04 src/handlers/ftp/nxftpmkdir.cc | the stored password is shown after a failed login
+- ERROR", login.host, login.user, kHiddenPassword);
++ ERROR", login.host, login.user, login.password);
 == tool01 src/tools/nxconf/record_access.cc | a u16 field takes 17 bits
 - : ref.type == config::FieldType::kU16 ? 0xFFFF
 + : ref.type == config::FieldType::kU16 ? 0x1FFFF
