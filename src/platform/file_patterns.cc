@@ -1,5 +1,7 @@
 #include "platform/file_patterns.h"
 
+#include <dirent.h>
+#include <fcntl.h>
 #include <glob.h>
 #include <unistd.h>
 
@@ -33,6 +35,32 @@ int RemoveMatchingFiles(std::string_view patterns) {
     }
     globfree(&matches);
   }
+  return removed;
+}
+
+int RemoveFilesOfDirectory(std::string_view device_dir) {
+  int fd = open(MapPath("/").c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+  for (std::string_view rest = device_dir; fd >= 0 && !rest.empty();) {
+    const std::size_t slash = std::min(rest.find('/'), rest.size());
+    FixedText<256> name;
+    name.Append(rest.substr(0, slash));
+    rest.remove_prefix(std::min(slash + 1, rest.size()));
+    if (name.size() == 0) continue;
+    const int next = openat(fd, name.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC);
+    close(fd);
+    fd = next;
+  }
+  DIR* const dir = fd >= 0 ? fdopendir(fd) : nullptr;
+  if (dir == nullptr) {
+    if (fd >= 0) close(fd);
+    return 0;
+  }
+  int removed = 0;
+  // readdir64: a 32-bit program under an emulator gets 64-bit directory offsets.
+  while (const dirent64* entry = readdir64(dir)) {
+    if (entry->d_name[0] != '.') removed += unlinkat(fd, entry->d_name, 0) == 0;
+  }
+  closedir(dir);
   return removed;
 }
 

@@ -178,6 +178,16 @@ TEST(MaintRequest, MarksAreNotWrittenThroughLinks) {
   }
 }
 
+// A link planted in the held images' path leads nowhere: what it points to stays.
+TEST(MaintRequest, HeldImagesAreNotRemovedThroughALink) {
+  DeviceRoot root;
+  std::filesystem::remove_all(root.Host("/tmp/advbuf/keep/mod1/hold/port2"));
+  std::filesystem::create_symlink(root.Host("/opt/vsb/etc/NxConf/NxModId1"),
+                                  root.Host("/tmp/advbuf/keep/mod1/hold/port2"));
+  EXPECT_EQ(Post("nxiholdcln.cgi", "NxCgiVer=1&NxModId=1&PortId=2", root.path()).out, kHeader);
+  EXPECT_TRUE(root.Exists("/opt/vsb/etc/NxConf/NxModId1/FtpSigSvcConf.bin"));
+}
+
 // Redirects off the site, as a browser reads them, get the alert page.
 TEST(MaintRequest, RedirectsOffTheSiteAreRefused) {
   for (const auto& [target, shown] : {std::pair{"javascript:alert(1)", "javascript:alert(1)"},

@@ -4,7 +4,7 @@
 #include "cgi/cgi_request.h"
 #include "cgi/form_fields.h"
 #include "handlers/handler.h"
-#include "platform/command.h"
+#include "platform/file_patterns.h"
 #include "platform/fixed_text.h"
 
 // The invalid-field lines go to the page itself; the error page that follows
@@ -33,8 +33,6 @@ int NxCgi_IholdClnFunc(char*) {
   platform::FixedText<64> held;
   held.AppendFormat("/tmp/advbuf/keep/mod%d/hold/port%d", static_cast<int>(module.value),
                     static_cast<int>(port.value));
-  platform::ShellCommand remove;
-  remove.Text("rm ").Path(held.view()).Text("/*").Text(" >/dev/null");
-  platform::RunCommand(remove);
+  platform::RemoveFilesOfDirectory(held.view());
   return 1;
 }
