@@ -178,6 +178,9 @@ def run_signal_daemon(root, name, pid_file):
     (a lower number than SIGTERM) is journaled before the daemon ends."""
     journal = Journal(root, name)
     pid_path = root + pid_file
+    # The daemon's own process name: the handlers signal only a process of that name.
+    with open("/proc/self/comm", "w") as comm:
+        comm.write(name)
     names = {signal.SIGUSR1: "SIGUSR1", signal.SIGUSR2: "SIGUSR2", signal.SIGHUP: "SIGHUP"}
     received = []
     stopping = []

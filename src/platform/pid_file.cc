@@ -7,6 +7,7 @@
 #include <cerrno>
 #include <climits>
 #include <cstddef>
+#include <cstdio>
 #include <string_view>
 
 #include "platform/host_root.h"
@@ -49,9 +50,27 @@ bool ReadPidFile(int fd, char (&text)[kMaxPidFileSize + 1], std::size_t* size) {
   return total <= kMaxPidFileSize;
 }
 
+// Whether the process may be the daemon: its name as the kernel keeps it
+// (at most 15 bytes) is the daemon's. This is the machine's own /proc, not
+// one below the host root: the daemons are processes of this machine. Where
+// it cannot be read there is nothing to compare, and kill() decides.
+bool MayBeTheDaemon(pid_t pid, std::string_view daemon) {
+  char path[32];
+  std::snprintf(path, sizeof path, "/proc/%d/comm", static_cast<int>(pid));
+  const int fd = open(path, O_RDONLY | O_CLOEXEC);
+  if (fd < 0) return true;
+  char name[32];
+  const ssize_t got = read(fd, name, sizeof name);
+  close(fd);
+  if (got <= 0) return true;
+  std::string_view comm(name, static_cast<std::size_t>(got));
+  if (comm.ends_with('\n')) comm.remove_suffix(1);
+  return comm == daemon.substr(0, 15);
+}
+
 }  // namespace
 
-PidSignal SignalPidFile(const char* pid_file, int signal) {
+PidSignal SignalPidFile(const char* pid_file, const char* daemon, int signal) {
   const HostPath host = MapPath(pid_file);
   const int fd = open(host.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK);
   if (fd < 0) return PidSignal::kNoPidFile;
@@ -61,6 +80,10 @@ PidSignal SignalPidFile(const char* pid_file, int signal) {
   close(fd);
   pid_t pid = 0;
   if (!read_whole || !ParsePid({text, size}, &pid)) return PidSignal::kNoPid;
+  if (pid == 1 || !MayBeTheDaemon(pid, daemon)) {
+    std::fprintf(stderr, "[%s] pid %d is not %s: no signal sent\n", pid_file, static_cast<int>(pid), daemon);
+    return PidSignal::kNotTheDaemon;
+  }
   return kill(pid, signal) == 0 ? PidSignal::kSent : PidSignal::kKillFailed;
 }
 

@@ -30,9 +30,9 @@ TEST(Platform, HostRootMappingAndPidFilesThatSignalNothing) {
   for (const std::string& text : {"0"s, "-1"s, "abc"s, "2147483648"s, " \n"s, ""s, "99999999 99999999"s,
                                   std::string(64, ' ') + "99999999"}) {
     root.Write("/var/run/x.pid", text);
-    EXPECT_EQ(platform::SignalPidFile("/var/run/x.pid", 0), platform::PidSignal::kNoPid) << text;
+    EXPECT_EQ(platform::SignalPidFile("/var/run/x.pid", "x", 0), platform::PidSignal::kNoPid) << text;
   }
-  EXPECT_EQ(platform::SignalPidFile("/var/run/none.pid", 0), platform::PidSignal::kNoPidFile);
+  EXPECT_EQ(platform::SignalPidFile("/var/run/none.pid", "x", 0), platform::PidSignal::kNoPidFile);
 }
 
 // A quoted word reaches the shell as exactly its text.

@@ -157,7 +157,8 @@ struct SignalCase {
   std::string form;
   const char* pid_file;  // printf format of the pid file, given the daemon's pid
   std::string signal;    // the line the daemon journals, "" for none
-  std::string err;
+  std::string err;  // printf format, given the daemon's pid
+  bool other_daemon = false;  // the pid file names another daemon (the serial output service)
 };
 
 // This process is pid 1 of its namespace: a pid that wraps to 1 reaches it.
@@ -171,9 +172,10 @@ TEST_P(DaemonSignals, OnlyTheDaemonOfThePidFile) {
   harness::DeviceRoot root;
   const std::string daemon = std::string(c.cgi) == "nxptzset.cgi" ? "nxcamctld" : "isensd";
   const std::string pid_file = "/var/run/" + daemon + ".pid";
-  Daemon stand_in(root, daemon);
-  char text[64];
-  std::snprintf(text, sizeof text, c.pid_file, static_cast<int>(stand_in.pid));
+  Daemon stand_in(root, c.other_daemon ? "uartsvc" : daemon);
+  char text[128];
+  const int pid = stand_in.pid;
+  std::snprintf(text, sizeof text, c.pid_file, pid);
   root.Write(pid_file, text);
   g_signals_to_pid_1 = 0;
   for (const int number : {SIGUSR1, SIGUSR2}) signal(number, [](int) { g_signals_to_pid_1 = 1; });
@@ -182,7 +184,8 @@ TEST_P(DaemonSignals, OnlyTheDaemonOfThePidFile) {
   for (const std::string& line : stand_in.Stop())
     if (line.find("received signal") != std::string::npos) signals.push_back(line);
   EXPECT_EQ(signals, c.signal.empty() ? std::vector<std::string>{} : std::vector{daemon + ": " + c.signal});
-  EXPECT_EQ(result.err, c.err);
+  std::snprintf(text, sizeof text, c.err.c_str(), pid);
+  EXPECT_EQ(result.err, text);
   EXPECT_EQ(g_signals_to_pid_1, 0);
 }
 
@@ -199,7 +202,11 @@ INSTANTIATE_TEST_SUITE_P(
         SignalCase{"PidWrappingToOne", "nxisensconf.cgi", kNewAddress, "4294967297\n", "", ""},
         SignalCase{"CameraControl", "nxptzset.cgi", "NxCgiVer=1", "%d\n", "received signal 12 (SIGUSR2)",
                    kCamSent},
-        SignalCase{"CameraControlPidWrapping", "nxptzset.cgi", "NxCgiVer=1", "8589934593", "", kCamNot}),
+        SignalCase{"CameraControlPidWrapping", "nxptzset.cgi", "NxCgiVer=1", "8589934593", "", kCamNot},
+        SignalCase{"PidOne", "nxisensconf.cgi", kNewAddress, "1\n", "",
+                   "[/var/run/isensd.pid] pid 1 is not isensd: no signal sent\n"},
+        SignalCase{"StalePidOfAnotherDaemon", "nxptzset.cgi", "NxCgiVer=1", "%d", "",
+                   "[/var/run/nxcamctld.pid] pid %d is not nxcamctld: no signal sent\n", true}),
     [](const auto& info) { return std::string(info.param.name); });
 
 }  // namespace

@@ -16,7 +16,7 @@ constexpr const char* kSource = "IsensCfgCgi";
 constexpr const char* kIsensdPidFile = "/var/run/isensd.pid";
 
 void SendSignalToIsensd() {
-  if (platform::SignalPidFile(kIsensdPidFile, SIGUSR1) == platform::PidSignal::kNoPidFile) {
+  if (platform::SignalPidFile(kIsensdPidFile, "isensd", SIGUSR1) == platform::PidSignal::kNoPidFile) {
     NX_DIAG(kSource, "fail to open isensd pid info file");
   }
 }

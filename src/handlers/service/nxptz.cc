@@ -131,12 +131,14 @@ void WriteChangeMark() {
 }
 
 void NotifyCamctld() {
-  switch (platform::SignalPidFile(kCamctldPidFile, kCamctldSignal)) {
+  switch (platform::SignalPidFile(kCamctldPidFile, "nxcamctld", kCamctldSignal)) {
     case platform::PidSignal::kSent:
       std::fprintf(stderr, "[nxcamctld] Send SIGUSR1 to nxcamctld.\n");
       break;
     case platform::PidSignal::kNoPidFile:
       std::fprintf(stderr, "[%s] nxcamctld pid file is not found.\n", kCamctldPidFile);
+      break;
+    case platform::PidSignal::kNotTheDaemon:  // said by SignalPidFile
       break;
     case platform::PidSignal::kNoPid:
     case platform::PidSignal::kKillFailed:
