@@ -354,6 +354,9 @@ read -r -d '' MUTANTS <<'EOF' || true
 == file03 src/platform/file_patterns.cc | held images are reached through links
 - O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC
 + O_RDONLY | O_DIRECTORY | O_CLOEXEC
+== lock03 src/handlers/device/nxisensconf.cc | the sensor link file is not held from load to save
+- const platform::EditLockScope edit(kNxIsensNeCfgPath);
++
 == tool01 src/tools/nxconf/record_access.cc | a u16 field takes 17 bits
 - : ref.type == config::FieldType::kU16 ? 0xFFFF
 + : ref.type == config::FieldType::kU16 ? 0x1FFFF

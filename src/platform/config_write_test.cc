@@ -9,11 +9,10 @@
 #include <sys/stat.h>
 
 #include <filesystem>
-#include <fstream>
-#include <regex>
 #include <thread>
 
 #include "harness/device_root.h"
+#include "harness/process.h"
 #include "platform/file_lock.h"
 
 namespace {
@@ -56,13 +55,6 @@ TEST(ConfigWrite, ReplacesTheFileBehindItsLinksWholeOrNotAtAll) {
   EXPECT_EQ(std::distance(fs::directory_iterator(root.Host("/data")), {}), 5);
 }
 
-// Whether a lock request waits (a "->" line of /proc/locks) for the file.
-bool Waiting(ino_t inode) {
-  std::ifstream locks("/proc/locks");
-  const std::string text(std::istreambuf_iterator<char>(locks), {});
-  return std::regex_search(text, std::regex("->.*:" + std::to_string(inode) + " "));
-}
-
 // A second lock of a file by the process gives the held descriptor, and the
 // save ends it; a waiter whose file is replaced while it waits locks the new
 // file.
@@ -80,8 +72,8 @@ TEST(FileLock, LocksFollowTheSave) {
   ASSERT_EQ(flock(holder, LOCK_EX), 0);
   int locked = -1;
   std::thread waiter([&] { locked = platform::LockFileForEdit(kConf); });
-  for (int ms = 0; ms < 20000 && !Waiting(old.st_ino); ++ms) usleep(1000);
-  const bool waited = Waiting(old.st_ino);
+  for (int ms = 0; ms < 20000 && harness::FileLockWaiters(old.st_ino) == 0; ++ms) usleep(1000);
+  const bool waited = harness::FileLockWaiters(old.st_ino) > 0;
   root.Write("/cfg/next.conf", "new\n");
   fs::rename(root.Host("/cfg/next.conf"), root.Host(kConf));
   close(holder);

@@ -24,6 +24,7 @@ struct HeldLock {
   int fd = -1;
   dev_t device = 0;
   ino_t inode = 0;
+  bool scoped = false;  // held by an EditLockScope: released when it ends
 };
 
 HeldLock g_locks[kMaxHeldLocks];
@@ -100,7 +101,20 @@ void UnlockFile(const char* device_path) {
 }
 
 void UnlockFileIdentity(dev_t device, ino_t inode) {
-  if (HeldLock* held = FindHeld(device, inode)) Release(*held);
+  if (HeldLock* held = FindHeld(device, inode); held != nullptr && !held->scoped) Release(*held);
+}
+
+EditLockScope::EditLockScope(const char* device_path) {
+  struct stat status;
+  const int fd = LockFileForEdit(device_path);
+  if (fd < 0 || fstat(fd, &status) != 0) return;
+  device_ = status.st_dev;
+  inode_ = status.st_ino;
+  if (HeldLock* held = FindHeld(device_, inode_)) held->scoped = true;
+}
+
+EditLockScope::~EditLockScope() {
+  if (HeldLock* held = FindHeld(device_, inode_); held != nullptr && held->scoped) Release(*held);
 }
 
 void UnlockAllFiles() {

@@ -42,6 +42,23 @@ void UnlockFile(const char* device_path);
 // save has just replaced), if it holds one.
 void UnlockFileIdentity(dev_t device, ino_t inode);
 
+// Holds a file's edit lock for the whole of a request that loads the file
+// more than once before its save (each load alone would take the lock and
+// give it up, and another request could save in between). The releases in
+// between are put off until the scope ends; without a lock (the file missing,
+// ENOLCK) the scope holds nothing.
+class EditLockScope {
+ public:
+  explicit EditLockScope(const char* device_path);
+  ~EditLockScope();
+  EditLockScope(const EditLockScope&) = delete;
+  EditLockScope& operator=(const EditLockScope&) = delete;
+
+ private:
+  dev_t device_ = 0;
+  ino_t inode_ = 0;
+};
+
 // Releases every lock this process holds (in-process tests; a new process
 // holds none).
 void UnlockAllFiles();

@@ -5,6 +5,7 @@
 
 #include <cstdlib>
 #include <filesystem>
+#include <fstream>
 #include <sstream>
 #include <stdexcept>
 
@@ -74,6 +75,15 @@ std::vector<std::string> Wrapped(const std::string& binary, const std::string& a
 }
 
 }  // namespace
+
+int FileLockWaiters(unsigned long inode) {
+  std::ifstream locks("/proc/locks");
+  const std::string file = ":" + std::to_string(inode) + " ";
+  int count = 0;
+  for (std::string line; std::getline(locks, line);)
+    count += line.find("->") != line.npos && line.find(file) != line.npos;
+  return count;
+}
 
 std::string Contents(std::FILE* file) {
   std::string text;

@@ -34,6 +34,10 @@ struct CgiRequest {
 ProcessResult RunCgi(const CgiRequest& request);
 ProcessResult Post(const std::string& cgi, const std::string& form, const std::string& root);
 
+// How many lock requests wait for the file with this inode ("->" lines of
+// /proc/locks, which names a file as device:inode).
+int FileLockWaiters(unsigned long inode);
+
 // Everything in the file from its start; the file is closed.
 std::string Contents(std::FILE* file);
 

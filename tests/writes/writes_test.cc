@@ -2,9 +2,14 @@
 // programs: a save killed or failed at a given system call (injected by
 // strace) leaves the old file or the new one and no temporary file behind
 // the next save; requests editing one file at the same time all take effect.
+#include <fcntl.h>
 #include <gtest/gtest.h>
+#include <sys/file.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
+#include <array>
+#include <chrono>
 #include <filesystem>
 #include <thread>
 
@@ -15,6 +20,7 @@
 namespace {
 
 using harness::DeviceRoot;
+using namespace std::string_literals;
 
 // A request that saves one file (the text one through the text library),
 // and what it answers when the save fails.
@@ -104,28 +110,36 @@ INSTANTIATE_TEST_SUITE_P(Saves, Faults,
                          testing::Combine(testing::ValuesIn(kPrograms), testing::ValuesIn(kFaults)),
                          FaultName);
 
-// Four requests at a time, each editing its own port's field (or its own
-// key) of one file: every edit takes effect, none is lost.
-TEST(ConcurrentEdits, OfOneFileAllTakeEffect) {
-  DeviceRoot root;
-  const std::string mail = "/opt/vsb/etc/NxConf/NxModId1/MailConf.bin";
-  const char* const keys[] = {"Flk", "Agc", "Blc", "Elc"};  // of the camera switches
-  std::string expected = root.Read(mail);
-  std::vector<std::thread> workers;
-  for (int p = 0; p < 4; ++p) {
-    workers.emplace_back([&, p] {
-      for (int i = 1; i <= 30; ++i) {
-        const std::string n = std::to_string(i), port = std::to_string(p);
-        harness::Post("nxmailsvcport.cgi", "NxModId=1&NxCgiVer=1&PortId=" + port + "&PauseTime=" + n,
-                      root.path());
-        harness::Post("nxcamgpctl.cgi", "CamGpio" + (keys[p] + ("=" + n)), root.path());
-      }
-    });
-    expected.replace(396 + 1044 * p + 344, 4, std::string("\x1e\0\0\0", 4));
+// Three requests wait for another edit of one file to end and then go at
+// once, each changing its own field: the file ends as after the three one
+// by one (each request holds the file's edit lock from its load to its save).
+TEST(ConcurrentEdits, EachWaitingRequestKeepsItsChange) {
+  const std::string m = "NxModId=1&NxCgiVer=1&PauseTime=7&PortId=", n = "NxCgiVer=1&";
+  const std::tuple<const char*, const char*, std::array<std::string, 3>> rows[] = {
+      {"nxmailsvcport.cgi", "/opt/vsb/etc/NxConf/NxModId1/MailConf.bin", {m + "0", m + "1", m + "2"}},
+      {"nxcamgpctl.cgi",
+       "/opt/vsb/etc/NxConf/camgpctl.conf",
+       {"CamGpioFlk=7", "CamGpioAgc=8", "CamGpioBlc=9"}},
+      {"nxisensconf.cgi",
+       "/opt/vsb/etc/NxIsensNe.conf",
+       {n + "NeUdpPort=7", n + "CeUdpPort=8", n + "CeIpAddress=1"}}};
+  for (const auto& [cgi, path, forms] : rows) {
+    DeviceRoot root, one_by_one;
+    for (const std::string& form : forms) harness::Post(cgi, form, one_by_one.path());
+    const int other_edit = open(root.Host(path).c_str(), O_RDONLY | O_CLOEXEC);
+    ASSERT_EQ(flock(other_edit, LOCK_EX), 0);
+    struct stat file;
+    fstat(other_edit, &file);
+    std::vector<std::thread> requests;
+    for (const std::string& form : forms)
+      requests.emplace_back([&root, &form, cgi = cgi] { harness::Post(cgi, form, root.path()); });
+    for (int i = 0; i < 6000 && harness::FileLockWaiters(file.st_ino) < 3; ++i)
+      std::this_thread::sleep_for(std::chrono::milliseconds(10));
+    EXPECT_EQ(harness::FileLockWaiters(file.st_ino), 3) << cgi;
+    close(other_edit);
+    for (std::thread& request : requests) request.join();
+    EXPECT_EQ(root.Read(path), one_by_one.Read(path)) << cgi;
   }
-  for (std::thread& worker : workers) worker.join();
-  EXPECT_EQ(root.Read(mail), expected);
-  EXPECT_EQ(root.Read("/opt/vsb/etc/NxConf/camgpctl.conf"), "FLK=30\nAGC=30\nBLC=30\nELC=30\n");
 }
 
 }  // namespace

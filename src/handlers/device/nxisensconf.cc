@@ -8,6 +8,7 @@
 #include "config/sensor_link_file.h"
 #include "handlers/handler.h"
 #include "platform/diag.h"
+#include "platform/file_lock.h"
 #include "platform/pid_file.h"
 
 namespace {
@@ -32,6 +33,8 @@ int NxCgi_IsensConf(char* err_msg) {
     return -1;
   }
 
+  // From the load to the save and the signal, no other request edits the file.
+  const platform::EditLockScope edit(kNxIsensNeCfgPath);
   NxIsensNeCfg* cfg = NewNxIsensNeCfg(0);
   if (cfg == nullptr) {
     NX_DIAG(kSource, "fail to create isens ne cfg");
