@@ -106,12 +106,13 @@ const std::string kIn = "USER cam|PASS secret|TYPE I|";  // the commands of logi
 
 using C = ClientRow;
 const ClientRow kClientRows[] = {
-    // The client refuses the Telnet options the server asks for (DO 1, WILL 3).
+    // The client refuses the Telnet options the server asks for (DO 1, WILL 3);
+    // the reply it echoes into the page is escaped and cut at 1 KiB.
     C("MultiLineRepliesAreOneReplyAndTelnetOptionsAreRefused",
       {"220-Wel\377\375\001come\r\n inner line\r\n220-still going\r\n220 Re\377\373\003ady\r\n",
-       {{"HELP", "214-Commands:\r\n USER PASS\r\n214 Help OK\r\n"}}},
+       {{"HELP", "214-Commands: <b>&" + std::string(1100, 'x') + "\r\n USER PASS\r\n214 Help OK\r\n"}}},
       "login verbose=1 cmd:HELP code verbose=0", "\377\374\001\377\376\003" + kIn + "HELP|QUIT|", "1 2 214",
-      "214-Commands:\n USER PASS\n214 Help OK\n"),
+      "214-Commands: &lt;b&gt;&amp;" + std::string(1006, 'x') + "\n\n\n"),
     C("FiveSecondsOfSilenceLookLikeALostServer", {.rules = {{"NOOP", "", FtpAct::kSilent}}},
       "login data cmd:NOOP code fd connected", kIn + kP + "NOOP|QUIT|", "1 0 4 421 -1 1",
       "ftplib_glob[]:sgetc() error\n"),

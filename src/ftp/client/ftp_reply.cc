@@ -8,12 +8,15 @@
 #include <cstdlib>
 #include <cstring>
 
+#include "cgi/answer_text.h"
 #include "ftp/client/ftp_internal.h"
 
 namespace {
 
 constexpr int kReplySilenceSeconds = 5;
 constexpr std::size_t kReplyScratchSize = 8192;
+// The reply text echoed goes into the page: at most this much of one reply.
+constexpr std::size_t kMaxEchoedReply = 1024;
 
 constexpr int kIac = 255;
 constexpr int kWill = 251;
@@ -89,6 +92,7 @@ int ftp_read_reply(ftp_session* s, int expect_eof) {
   enum { kPasvIdle, kPasvArmed, kPasvCapturing, kPasvDone } pasv = kPasvIdle;
   std::size_t pasv_pos = 0;
   std::size_t kept = 0;
+  std::size_t echoed = 0;
   int first = 0;
 
   for (;;) {
@@ -123,8 +127,10 @@ int ftp_read_reply(ftp_session* s, int expect_eof) {
         return 4;
       }
       ++count;
-      if (c != '\r' && (s->verbose > 0 || (s->verbose == 0 && first == '5' && count >= 5))) {
-        std::putchar(c);
+      if (c != '\r' && (s->verbose > 0 || (s->verbose == 0 && first == '5' && count >= 5)) &&
+          echoed++ < kMaxEchoedReply) {
+        const char text = static_cast<char>(c);
+        PrintHtmlText({&text, 1});
       }
       if (count < 4 && std::isdigit(c)) s->reply_code = s->reply_code * 10 + (c - '0');
       if (pasv == kPasvIdle && s->reply_code == 227) pasv = kPasvArmed;
