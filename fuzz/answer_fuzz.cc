@@ -10,8 +10,7 @@ const Sandbox sandbox;
 
 // The body is head, a string whose every quote and final character are escaped, and tail.
 bool OneString(std::string_view body, std::string_view head, std::string_view tail) {
-  if (body.size() < head.size() + tail.size() || !body.starts_with(head) || !body.ends_with(tail))
-    return false;
+  if (!body.starts_with(head) || !body.substr(head.size()).ends_with(tail)) return false;
   body = body.substr(head.size(), body.size() - head.size() - tail.size());
   for (std::size_t i = 0; i < body.size(); ++i) {
     if (body[i] == '"' || (body[i] == '\\' && ++i == body.size())) return false;

@@ -1,10 +1,13 @@
 #include "config/catalogue.h"
 
+#include <unistd.h>
+
 #include <cstdio>
 
 #include "config/cfg_file.h"
 #include "platform/host_root.h"
 #include "platform/le_bytes.h"
+#include "platform/regular_file.h"
 
 namespace config {
 
@@ -44,8 +47,12 @@ int ReadCatalogue(const char* file_name, const char* factory_path, std::uint8_t*
   const int count = CfgFileRead(kCfgRootModule, file_name, {buffer, static_cast<std::size_t>(capacity)});
   if (count >= min_size && count < capacity) return count;
   const platform::HostPath path = platform::MapPath(factory_path);
-  std::FILE* factory = std::fopen(path.c_str(), "rb");
-  if (factory == nullptr) return -1;
+  const int fd = platform::OpenRegularFile(path.c_str());
+  std::FILE* factory = fd >= 0 ? fdopen(fd, "rb") : nullptr;
+  if (factory == nullptr) {
+    if (fd >= 0) close(fd);
+    return -1;
+  }
   const std::size_t got = std::fread(buffer, 1, static_cast<std::size_t>(capacity), factory);
   const bool failed = std::ferror(factory) != 0;
   std::fclose(factory);

@@ -13,6 +13,7 @@
 #include "platform/file_lock.h"
 #include "platform/fixed_text.h"
 #include "platform/host_root.h"
+#include "platform/regular_file.h"
 #include "platform/text_view.h"
 
 namespace {
@@ -80,7 +81,7 @@ int CfgFileRead(int module_id, const char* file_name, std::span<std::uint8_t> bu
   CfgPath path = CfgFilePath(module_id, file_name);
   if (path.overflow()) return -1;
   const platform::HostPath host = platform::MapPath(path.view());
-  const int fd = open(host.c_str(), O_RDONLY | O_CLOEXEC);
+  const int fd = platform::OpenRegularFile(host.c_str());
   if (fd < 0) return -1;
   const int count = ReadFromStart(fd, buffer);
   close(fd);

@@ -70,6 +70,11 @@ int LockFileForEdit(const char* device_path) {
       errno = ENOLCK;
       return -1;
     }
+    if (!S_ISREG(opened.st_mode)) {  // nothing to edit, nor to read (OpenRegularFile refuses it too)
+      close(fd);
+      errno = EINVAL;
+      return -1;
+    }
     if (const HeldLock* held = FindHeld(opened.st_dev, opened.st_ino)) {
       close(fd);
       return held->fd;

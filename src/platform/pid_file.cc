@@ -11,6 +11,7 @@
 #include <string_view>
 
 #include "platform/host_root.h"
+#include "platform/regular_file.h"
 
 namespace platform {
 namespace {
@@ -72,7 +73,7 @@ bool MayBeTheDaemon(pid_t pid, std::string_view daemon) {
 
 PidSignal SignalPidFile(const char* pid_file, const char* daemon, int signal) {
   const HostPath host = MapPath(pid_file);
-  const int fd = open(host.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK);
+  const int fd = OpenRegularFile(host.c_str());
   if (fd < 0) return PidSignal::kNoPidFile;
   char text[kMaxPidFileSize + 1];
   std::size_t size = 0;

@@ -13,6 +13,7 @@
 #include "platform/command.h"
 #include "platform/fixed_text.h"
 #include "platform/host_root.h"
+#include "platform/regular_file.h"
 
 namespace {
 
@@ -36,7 +37,7 @@ class BasicConfCopy {
   BasicConfCopy& operator=(const BasicConfCopy&) = delete;
 
   bool Open() {
-    fd_ = open(platform::MapPath(device_path_).c_str(), O_RDONLY | O_CLOEXEC);
+    fd_ = platform::OpenRegularFile(platform::MapPath(device_path_).c_str());
     return fd_ >= 0;
   }
   // Reads up to size bytes; the count, or -1.

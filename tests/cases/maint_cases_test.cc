@@ -2,6 +2,7 @@
 // through the real executable: held images removed, text files written,
 // shell commands run inside the root, and how a request reaches a handler.
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 
 #include <filesystem>
 #include <optional>
@@ -166,19 +167,33 @@ TEST(MaintRequest, ProgramNames) {
   }
 }
 
-// A link planted at a fixed name leads nowhere: what it points to stays as
-// it was (a missing file is not made, a folder keeps its files).
-TEST(MaintRequest, PlantedLinksAreNotFollowed) {
-  const std::string module1 = "/opt/vsb/etc/NxConf/NxModId1", held = "/tmp/advbuf/keep/mod1/hold/port2";
-  for (const auto& [cgi, form, link, target, probe] :
-       {std::tuple{"nxevtnote.cgi", "NxMkChg=YES", "/tmp/NxConfChg", "/etc/x", "/etc/x"},
-        {"nxptzset.cgi", "NxCgiVer=1&PtzDeviceId=0", "/tmp/ChkPtzConfChg", "/etc/x", "/etc/x"},
-        {"nxiholdcln.cgi", "NxCgiVer=1&NxModId=1&PortId=2", held.c_str(), module1.c_str(), ""}}) {
+// Something planted where a file belongs: a link leads nowhere (a missing
+// target is not made, a folder keeps its files); a FIFO gets the handler's
+// ordinary answer at once.
+TEST(MaintRequest, PlantedLinksAndFifosAreNeitherFollowedNorWaitedFor) {
+  using Row = std::tuple<const char*, std::string, std::string, std::string, std::string>;
+  const std::string nx = "/opt/vsb/etc/NxConf/", ptz = "NxCgiVer=1&PtzDeviceId=1", fifo;
+  for (const auto& [cgi, form, planted, target, answer] :
+       std::vector<Row>{{"nxevtnote.cgi", "NxMkChg=YES", "/tmp/NxConfChg", "/etc/x", kHeader},
+                        {"nxptzset.cgi", ptz, "/tmp/ChkPtzConfChg", "/etc/x", kHeader},
+                        {"nxiholdcln.cgi", "NxCgiVer=1&NxModId=1&PortId=2",
+                         "/tmp/advbuf/keep/mod1/hold/port2", nx, kHeader},
+                        {"nxptzset.cgi", ptz, nx + "PtzModel.bin", fifo, kHeader},
+                        {"nxptzset.cgi", ptz, "/tmp/ChkPtzConfChg", fifo, kHeader},
+                        {"nxcamgpctl.cgi", "CamGpioFlk=1", nx + "camgpctl.conf", fifo,
+                         kHeader + Alert("nxcamgpctl.cgi", "")},
+                        {"nxisensconf.cgi", "NxCgiVer=1&CeUdpPort=9", "/opt/vsb/etc/NxIsensNe.conf", fifo,
+                         kHeader + Alert("nxisensconf.cgi", "")}}) {
     DeviceRoot root;
-    std::filesystem::remove_all(root.Host(link));
-    std::filesystem::create_symlink(root.Host(target), root.Host(link));
-    EXPECT_EQ(Post(cgi, form, root.path()).out, kHeader) << cgi;
-    EXPECT_EQ(root.Exists(*probe ? probe : module1 + "/FtpSigSvcConf.bin"), !*probe) << cgi;
+    std::filesystem::remove_all(root.Host(planted));
+    target.empty() ? void(mkfifo(root.Host(planted).c_str(), 0600))
+                   : std::filesystem::create_symlink(root.Host(target), root.Host(planted));
+    EXPECT_EQ(Post(cgi, form, root.path()).out, answer) << planted;
+    // Afterwards /etc/x is still missing, the folder keeps a file, the FIFO is still there.
+    const std::string probe = target == nx     ? nx + "NxModId1/FtpSigSvcConf.bin"
+                              : target.empty() ? planted
+                                               : target;
+    EXPECT_EQ(root.Exists(probe), target != "/etc/x") << planted;
   }
 }
 

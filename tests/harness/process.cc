@@ -1,5 +1,6 @@
 #include "harness/process.h"
 
+#include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -76,9 +77,11 @@ std::vector<std::string> Wrapped(const std::string& binary, const std::string& a
 
 }  // namespace
 
-int FileLockWaiters(unsigned long inode) {
+int FileLockWaiters(const std::string& path) {
   std::ifstream locks("/proc/locks");
-  const std::string file = ":" + std::to_string(inode) + " ";
+  struct stat status = {};
+  stat(path.c_str(), &status);
+  const std::string file = ":" + std::to_string(status.st_ino) + " ";
   int count = 0;
   for (std::string line; std::getline(locks, line);)
     count += line.find("->") != line.npos && line.find(file) != line.npos;

@@ -34,9 +34,9 @@ struct CgiRequest {
 ProcessResult RunCgi(const CgiRequest& request);
 ProcessResult Post(const std::string& cgi, const std::string& form, const std::string& root);
 
-// How many lock requests wait for the file with this inode ("->" lines of
+// How many lock requests wait for the file at the path ("->" lines of
 // /proc/locks, which names a file as device:inode).
-int FileLockWaiters(unsigned long inode);
+int FileLockWaiters(const std::string& path);
 
 // Everything in the file from its start; the file is closed.
 std::string Contents(std::FILE* file);

@@ -16,6 +16,7 @@
 #include "platform/diag.h"
 #include "platform/file_lock.h"
 #include "platform/host_root.h"
+#include "platform/regular_file.h"
 
 namespace {
 
@@ -182,7 +183,7 @@ int load_cfg(Tcfg* cfg) {
   }
   const int old_row_count = ForgetRows(cfg);
   const platform::HostPath host = platform::MapPath(cfg->path);
-  const int fd = open(host.c_str(), O_RDONLY | O_CLOEXEC);
+  const int fd = platform::OpenRegularFile(host.c_str());
   if (fd < 0) {
     NX_DIAG(kSource, "fail to open %s. errno: %d\n", cfg->path, errno);
     return -1;
