@@ -357,6 +357,9 @@ read -r -d '' MUTANTS <<'EOF' || true
 == lock03 src/handlers/device/nxisensconf.cc | the sensor link file is not held from load to save
 - const platform::EditLockScope edit(kNxIsensNeCfgPath);
 +
+== ptz08 src/handlers/service/nxptz.cc | a later field of a preset name overwrites the first
+- if (index < 0 || taken[static_cast<std::size_t>(index)]) continue;
++ if (index < 0) continue;
 == tool01 src/tools/nxconf/record_access.cc | a u16 field takes 17 bits
 - : ref.type == config::FieldType::kU16 ? 0xFFFF
 + : ref.type == config::FieldType::kU16 ? 0x1FFFF

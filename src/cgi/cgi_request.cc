@@ -17,9 +17,8 @@ int EscapeDigit(unsigned char byte) {
   return value < 0 ? 0 : value;
 }
 
-int CopyField(const char* name, char* buffer, int size, bool keep_line_breaks) {
+int CopyValue(const CgiFormEntry* entry, char* buffer, int size, bool keep_line_breaks) {
   if (size < 1) return CGI_FIELD_TRUNCATED;
-  const CgiFormEntry* entry = CgiFindEntry(name);
   if (entry == nullptr) {
     buffer[0] = '\0';
     return CGI_FIELD_NOT_FOUND;
@@ -80,9 +79,17 @@ bool AppendEntry(char* name, char* value) {
 
 }  // namespace
 
-int CgiGetField(const char* name, char* buffer, int size) { return CopyField(name, buffer, size, false); }
+int CgiGetField(const char* name, char* buffer, int size) {
+  return CopyValue(CgiFindEntry(name), buffer, size, false);
+}
 
-int CgiGetTextField(const char* name, char* buffer, int size) { return CopyField(name, buffer, size, true); }
+int CgiGetTextField(const char* name, char* buffer, int size) {
+  return CopyValue(CgiFindEntry(name), buffer, size, true);
+}
+
+int CgiGetEntryValue(const CgiFormEntry* entry, char* buffer, int size) {
+  return CopyValue(entry, buffer, size, false);
+}
 
 void CgiPrintContentType(const char* type) { std::printf("Content-type: %s\r\n\r\n", type); }
 

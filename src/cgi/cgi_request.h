@@ -22,6 +22,8 @@ struct CgiFormEntry {
 // Copies the value of the first field of that name into the buffer (size
 // includes the terminator), dropping every CR and LF byte.
 int CgiGetField(const char* name, char* buffer, int size);
+// The same for an entry the caller walked to (CgiFormHead), without a lookup.
+int CgiGetEntryValue(const CgiFormEntry* entry, char* buffer, int size);
 // The same, keeping line structure: each run of CR and LF bytes becomes as
 // many LF bytes as the larger of its CR and LF counts.
 int CgiGetTextField(const char* name, char* buffer, int size);

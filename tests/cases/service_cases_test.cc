@@ -330,7 +330,7 @@ INSTANTIATE_TEST_SUITE_P(
         // An empty name clears it; 64 characters are too many.
         Ok("PtzPresetNamesOfOnePort", "nxptzportset.cgi",
            "NxCgiVer=1&NxModId=2&PortId=3&PresetName7=&PresetName0=home&PresetName255=" +
-               std::string(63, 'z') + "&PresetName9=" + std::string(64, 'y'),
+               std::string(63, 'z') + "&PresetName9=" + std::string(64, 'y') + "&PresetName0=later",
            kPtzStart,
            {Zeros(kPtz, kNames + 64 * 7, 64), Str(kPtz, kNames, "home"),
             Str(kPtz, kNames + 64 * 255, std::string(63, 'z'))}),

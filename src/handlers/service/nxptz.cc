@@ -8,6 +8,7 @@
 #include <cstdlib>
 #include <span>
 #include <string_view>
+#include <vector>
 
 #include "cgi/cgi_request.h"
 #include "cgi/form_fields.h"
@@ -224,13 +225,17 @@ int NxCgi_PtzPortSetCgifunc(char*) {
   if (!copy.ok()) return -1;
   FieldRef copy_names = names;
   copy_names.offset = 0;
-  // A form names a few of the 256 presets: walk the form rather than look up
-  // every name. The first field of a name is the one that counts.
+  // A form names a few of the 256 presets: walk the form once rather than
+  // look up every name. The first field of a name is the one that counts (a
+  // name gives one index, an index one name), so later ones are skipped
+  // without a lookup: a form of many repeated names takes linear time.
+  std::vector<bool> taken(names.count);
   for (const CgiFormEntry* entry = CgiFormHead(); entry != nullptr; entry = entry->next) {
     const int index = PresetIndexOf(entry->name, names.count);
-    if (index < 0 || CgiFindEntry(entry->name) != entry) continue;
+    if (index < 0 || taken[static_cast<std::size_t>(index)]) continue;
+    taken[static_cast<std::size_t>(index)] = true;
     char value[kFieldBufferSize];
-    const int result = CgiGetField(entry->name, value, sizeof value);
+    const int result = CgiGetEntryValue(entry, value, sizeof value);
     const FieldRef name = copy_names.At(static_cast<uint32_t>(index));
     if (result == CGI_FIELD_OK) {
       config::StoreText(copy.bytes(), name, value);  // 64 characters or more are ignored
