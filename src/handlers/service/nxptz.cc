@@ -4,11 +4,11 @@
 #include <signal.h>
 #include <unistd.h>
 
+#include <array>
 #include <cstdio>
 #include <cstdlib>
 #include <span>
 #include <string_view>
-#include <vector>
 
 #include "cgi/cgi_request.h"
 #include "cgi/form_fields.h"
@@ -229,7 +229,7 @@ int NxCgi_PtzPortSetCgifunc(char*) {
   // look up every name. The first field of a name is the one that counts (a
   // name gives one index, an index one name), so later ones are skipped
   // without a lookup: a form of many repeated names takes linear time.
-  std::vector<bool> taken(names.count);
+  std::array<bool, kPresetNames.count> taken{};  // no heap: the product links without libstdc++
   for (const CgiFormEntry* entry = CgiFormHead(); entry != nullptr; entry = entry->next) {
     const int index = PresetIndexOf(entry->name, names.count);
     if (index < 0 || taken[static_cast<std::size_t>(index)]) continue;
