@@ -7,6 +7,23 @@
 #include <cerrno>
 
 namespace platform {
+namespace {
+
+// The descriptor, opened without waiting (O_NONBLOCK), back in blocking mode
+// when it is a regular file; otherwise closed, and -1 with EINVAL.
+int KeepIfRegular(int fd) {
+  if (fd < 0) return -1;
+  struct stat status;
+  if (fstat(fd, &status) != 0 || !S_ISREG(status.st_mode)) {
+    close(fd);
+    errno = EINVAL;
+    return -1;
+  }
+  fcntl(fd, F_SETFL, fcntl(fd, F_GETFL) & ~O_NONBLOCK);
+  return fd;
+}
+
+}  // namespace
 
 int OpenRegularFile(const char* host_path) {
   // A device is not even opened (opening some has effects); the open itself
@@ -17,31 +34,14 @@ int OpenRegularFile(const char* host_path) {
     errno = EINVAL;
     return -1;
   }
-  const int fd = open(host_path, O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC);
-  if (fd < 0) return -1;
-  if (fstat(fd, &status) != 0 || !S_ISREG(status.st_mode)) {
-    close(fd);
-    errno = EINVAL;
-    return -1;
-  }
-  fcntl(fd, F_SETFL, fcntl(fd, F_GETFL) & ~O_NONBLOCK);
-  return fd;
+  return KeepIfRegular(open(host_path, O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC));
 }
 
 int OpenFixedFileForWrite(const char* host_path, bool truncate) {
   // Without a reader a FIFO refuses a non-blocking writer (ENXIO) at once.
   const int flags =
       O_WRONLY | O_CREAT | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY | O_CLOEXEC | (truncate ? O_TRUNC : 0);
-  const int fd = open(host_path, flags, 0666);
-  if (fd < 0) return -1;
-  struct stat status;
-  if (fstat(fd, &status) != 0 || !S_ISREG(status.st_mode)) {
-    close(fd);
-    errno = EINVAL;
-    return -1;
-  }
-  fcntl(fd, F_SETFL, fcntl(fd, F_GETFL) & ~O_NONBLOCK);
-  return fd;
+  return KeepIfRegular(open(host_path, flags, 0666));
 }
 
 }  // namespace platform
