@@ -22,7 +22,7 @@ int RemoveMatchingFiles(std::string_view patterns) {
     patterns.remove_prefix(end);
     // The host root is a prefix of the path, never a pattern itself.
     FixedText<kMaxHostPath> pattern;
-    if (word.front() == '/' && word != "/dev/null") {
+    if (IsMapped(word)) {
       for (const char c : HostRoot()) {
         if (c == '*' || c == '?' || c == '[' || c == '\\') pattern.Append("\\");
         pattern.Append(std::string_view(&c, 1));

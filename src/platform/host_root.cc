@@ -12,11 +12,13 @@ std::string_view HostRoot() {
   return text;
 }
 
+bool IsMapped(std::string_view device_path) {
+  return !device_path.empty() && device_path.front() == '/' && device_path != "/dev/null";
+}
+
 HostPath MapPath(std::string_view device_path) {
   HostPath mapped;
-  if (!device_path.empty() && device_path.front() == '/' && device_path != "/dev/null") {
-    mapped.Append(HostRoot());
-  }
+  if (IsMapped(device_path)) mapped.Append(HostRoot());
   mapped.Append(device_path);
   if (mapped.overflow()) mapped.Clear();
   return mapped;

@@ -19,6 +19,10 @@ using HostPath = FixedText<kMaxHostPath>;
 // The root from NXCGI_ROOT without trailing slashes; empty on the device.
 std::string_view HostRoot();
 
+// Whether MapPath puts the device path below the root (an absolute path
+// other than /dev/null).
+bool IsMapped(std::string_view device_path);
+
 // Maps a device path. Relative paths and /dev/null are left alone. A mapped
 // path that would not fit comes back empty, so that opening it fails cleanly.
 HostPath MapPath(std::string_view device_path);
