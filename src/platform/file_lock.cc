@@ -1,6 +1,5 @@
 #include "platform/file_lock.h"
 
-#include <fcntl.h>
 #include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -8,6 +7,7 @@
 #include <cerrno>
 
 #include "platform/host_root.h"
+#include "platform/regular_file.h"
 
 namespace platform {
 namespace {
@@ -60,19 +60,13 @@ bool WaitForLock(int fd) {
 int LockFileForEdit(const char* device_path) {
   const HostPath host = MapPath(device_path);
   for (int attempt = 0; attempt < kMaxLockAttempts; ++attempt) {
-    // O_NONBLOCK: a pipe or device put where a file belongs must not hang
-    // the request in open(); for a regular file it changes nothing.
-    const int fd = open(host.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
+    // A pipe or device put where a file belongs is refused, never waited for.
+    const int fd = OpenRegularFile(host.c_str());
     if (fd < 0) return -1;
     struct stat opened;
     if (fstat(fd, &opened) != 0) {
       close(fd);
       errno = ENOLCK;
-      return -1;
-    }
-    if (!S_ISREG(opened.st_mode)) {  // nothing to edit, nor to read (OpenRegularFile refuses it too)
-      close(fd);
-      errno = EINVAL;
       return -1;
     }
     if (const HeldLock* held = FindHeld(opened.st_dev, opened.st_ino)) {
