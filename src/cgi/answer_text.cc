@@ -1,6 +1,8 @@
 #include "cgi/answer_text.h"
 
+#include <algorithm>
 #include <cstdio>
+#include <iterator>
 
 void PrintScriptStringText(std::string_view text) {
   for (std::size_t i = 0; i < text.size(); ++i) {
@@ -19,23 +21,24 @@ void PrintScriptStringText(std::string_view text) {
   }
 }
 
+namespace {
+
+struct HtmlReference {
+  char c;
+  const char* text;
+};
+constexpr HtmlReference kHtmlReferences[] = {{'&', "&amp;"}, {'<', "&lt;"}, {'>', "&gt;"}, {'"', "&quot;"}};
+
+}  // namespace
+
 void PrintHtmlText(std::string_view text) {
   for (const char c : text) {
-    switch (c) {
-      case '&':
-        std::fputs("&amp;", stdout);
-        break;
-      case '<':
-        std::fputs("&lt;", stdout);
-        break;
-      case '>':
-        std::fputs("&gt;", stdout);
-        break;
-      case '"':
-        std::fputs("&quot;", stdout);
-        break;
-      default:
-        std::putchar(c);
+    const auto* row = std::find_if(std::begin(kHtmlReferences), std::end(kHtmlReferences),
+                                   [c](const HtmlReference& r) { return r.c == c; });
+    if (row != std::end(kHtmlReferences)) {
+      std::fputs(row->text, stdout);
+    } else {
+      std::putchar(c);
     }
   }
 }
