@@ -315,12 +315,12 @@ read -r -d '' MUTANTS <<'EOF' || true
 == wr04 src/platform/config_write.cc | a write error is not noticed
 - if (!WriteAll(temp.fd, bytes, size)) return Fail(temp);
 + WriteAll(temp.fd, bytes, size);
-== lock01 src/platform/file_lock.cc | a lock on a replaced file is kept
-- if (stat(host.c_str(), &now) == 0 && now.st_dev == opened.st_dev && now.st_ino == opened.st_ino) {
-+ if (stat(host.c_str(), &now) == 0) {
+== lock01 src/platform/file_lock.cc | an edit lock is waited for without end
+- while (SecondsNow() < deadline) {
++ while (true) {
 == lock02 src/config/text/tcfg_util.cc | a text edit takes no lock
-- const int locked = platform::LockFileForEdit(path);
-+ const int locked = -1;
+- if (platform::LockFileForEdit(path) == platform::EditLock::kBusy) {
++ if (false) {
 == plat01 src/platform/command.cc | commands inherit HTTP_PROXY
 - unsetenv("HTTP_PROXY");
 +

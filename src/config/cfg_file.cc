@@ -91,10 +91,9 @@ int CfgFileRead(int module_id, const char* file_name, std::span<std::uint8_t> bu
 int CfgFileReadForEdit(int module_id, const char* file_name, std::span<std::uint8_t> buffer) {
   CfgPath path = CfgFilePath(module_id, file_name);
   if (path.overflow()) return -1;
-  const int locked = platform::LockFileForEdit(path.c_str());
-  // No lock to be had (ENOLCK): read as an unlocked process would.
-  if (locked < 0) return errno == ENOLCK ? CfgFileRead(module_id, file_name, buffer) : -1;
-  return ReadFromStart(locked, buffer);
+  // Without a lock to be had the file is read as an unlocked process would.
+  if (platform::LockFileForEdit(path.c_str()) == platform::EditLock::kBusy) return -1;
+  return CfgFileRead(module_id, file_name, buffer);
 }
 
 bool CfgFileLoadRecord(int module_id, const char* file_name, std::span<std::uint8_t> image) {

@@ -6,6 +6,7 @@
 #include "cgi/cgi_request.h"
 #include "front/handler_table.h"
 #include "front/response_epilogue.h"
+#include "platform/file_lock.h"
 
 namespace {
 
@@ -34,7 +35,13 @@ int CgiDispatchWithTable(int argc, char** argv, const CgiHandlerEntry* table) {
   }
 
   std::memset(g_err_msg, 0, sizeof g_err_msg);
-  const int result = row->handler(g_err_msg);
+  int result = row->handler(g_err_msg);
+  // An edit that waited too long for another one saved nothing, whatever
+  // the handler made of its failed load: the answer says so.
+  if (const char* busy = platform::EditLockBusyPath()) {
+    CgiSetErrMsg(g_err_msg, "[%s] is being edited by another request: nothing changed", busy);
+    result = -1;
+  }
   if (result < 0) {
     // The handler may have filled the buffer to the last byte.
     g_err_msg[kCgiErrMsgSize - 1] = '\0';

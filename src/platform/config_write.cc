@@ -206,6 +206,11 @@ WriteStatus Fail(const TempFile& temp) {
 }  // namespace
 
 WriteStatus WriteConfigFile(const char* device_path, const void* bytes, std::size_t size) {
+  // A request whose edit lock wait ran out loaded nothing it may save.
+  if (EditLockBusyPath() != nullptr) {
+    errno = ENOLCK;
+    return WriteStatus::kOpenFailed;
+  }
   HostPath path = MapPath(device_path);
   if (path.size() == 0) {
     errno = ENOENT;
@@ -242,9 +247,8 @@ WriteStatus WriteConfigFile(const char* device_path, const void* bytes, std::siz
   temp.fd = -1;
   if (close(fd) != 0) return Fail(temp);
   if (rename(temp.path.c_str(), path.c_str()) != 0) return Fail(temp);
-  // The old file is gone: a lock on it guards nothing any more, and the
-  // next editor may go on.
-  if (exists) UnlockFileIdentity(old.st_dev, old.st_ino);
+  // The edit is over: the next editor may go on.
+  UnlockFile(device_path);
   return SyncDirectory(split.directory) ? WriteStatus::kOk : WriteStatus::kWriteFailed;
 }
 

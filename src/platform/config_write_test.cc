@@ -1,18 +1,13 @@
-// Replacing configuration files through a temporary file and a rename, and
-// the edit locks that a save ends.
+// Replacing configuration files through a temporary file and a rename.
 #include "platform/config_write.h"
 
 #include <gtest/gtest.h>
 #include <signal.h>
-#include <sys/file.h>
 #include <sys/resource.h>
 
 #include <filesystem>
-#include <thread>
 
 #include "harness/device_root.h"
-#include "harness/process.h"
-#include "platform/file_lock.h"
 
 namespace {
 
@@ -52,34 +47,6 @@ TEST(ConfigWrite, ReplacesTheFileBehindItsLinksWholeOrNotAtAll) {
   EXPECT_EQ(failed, platform::WriteStatus::kWriteFailed);
   EXPECT_EQ(root.Read("/data/real.conf"), "new\n");
   EXPECT_EQ(std::distance(fs::directory_iterator(root.Host("/data")), {}), 5);
-}
-
-// A second lock of a file by the process gives the held descriptor, and the
-// save ends it; a waiter whose file is replaced while it waits locks the new
-// file.
-TEST(FileLock, LocksFollowTheSave) {
-  harness::DeviceRoot root;
-  root.MakeCurrent();
-  root.Write(kConf, "old\n");
-  const int fd = platform::LockFileForEdit(kConf);
-  EXPECT_EQ(platform::LockFileForEdit(kConf), fd);
-  EXPECT_EQ(Write(kConf, "old\n"), platform::WriteStatus::kOk);
-  EXPECT_EQ(platform::HeldFileLockCount(), 0);
-  const int holder = open(root.Host(kConf).c_str(), O_RDONLY);  // an open file of its own: its lock excludes
-  ASSERT_EQ(flock(holder, LOCK_EX), 0);
-  int locked = -1;
-  std::thread waiter([&] { locked = platform::LockFileForEdit(kConf); });
-  for (int ms = 0; ms < 20000 && harness::FileLockWaiters(root.Host(kConf)) == 0; ++ms) usleep(1000);
-  const bool waited = harness::FileLockWaiters(root.Host(kConf)) > 0;
-  root.Write("/cfg/next.conf", "new\n");
-  fs::rename(root.Host("/cfg/next.conf"), root.Host(kConf));
-  close(holder);
-  waiter.join();
-  EXPECT_TRUE(waited) << "the waiter never waited for the lock";
-  char text[8] = {};
-  EXPECT_EQ(pread(locked, text, 7, 0), 4);
-  EXPECT_STREQ(text, "new\n");
-  platform::UnlockAllFiles();
 }
 
 }  // namespace

@@ -77,10 +77,10 @@ std::vector<std::string> Wrapped(const std::string& binary, const std::string& a
 
 }  // namespace
 
-int FileLockWaiters(const std::string& path) {
+int FileLockWaiters(int fd) {
   std::ifstream locks("/proc/locks");
   struct stat status = {};
-  stat(path.c_str(), &status);
+  fstat(fd, &status);
   const std::string file = ":" + std::to_string(status.st_ino) + " ";
   int count = 0;
   for (std::string line; std::getline(locks, line);)

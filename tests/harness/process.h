@@ -28,15 +28,15 @@ struct CgiRequest {
   std::string content_type = "application/x-www-form-urlencoded";
   std::optional<std::string> content_length{};  // default: the body's length
   Env env{};
-  std::string argv0;  // default: /cgi-bin/<cgi>
+  std::string argv0{};  // default: /cgi-bin/<cgi>
 };
 
 ProcessResult RunCgi(const CgiRequest& request);
 ProcessResult Post(const std::string& cgi, const std::string& form, const std::string& root);
 
-// How many lock requests wait for the file at the path ("->" lines of
-// /proc/locks, which names a file as device:inode).
-int FileLockWaiters(const std::string& path);
+// How many lock requests wait for the file open at the descriptor ("->"
+// lines of /proc/locks, which names a file as device:inode).
+int FileLockWaiters(int fd);
 
 // Everything in the file from its start; the file is closed.
 std::string Contents(std::FILE* file);

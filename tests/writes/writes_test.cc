@@ -7,6 +7,7 @@
 #include <sys/file.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <array>
 #include <chrono>
 #include <filesystem>
@@ -109,9 +110,22 @@ INSTANTIATE_TEST_SUITE_P(Saves, Faults,
                          testing::Combine(testing::ValuesIn(kPrograms), testing::ValuesIn(kFaults)),
                          FaultName);
 
+// How long a request waits for another one's edit, in seconds.
+const std::string kWait = "NXCGI_EDIT_LOCK_WAIT";
+
+// Holds the edit lock of a device file as another request would (the lock
+// file it names); -1 when it cannot.
+int HoldEditLock(const DeviceRoot& root, std::string path) {
+  std::replace(path.begin(), path.end(), '/', '.');
+  std::filesystem::create_directories(root.Host("/var/lock"));
+  const int fd = open(root.Host("/var/lock/nxcgi" + path).c_str(), O_RDONLY | O_CREAT | O_CLOEXEC, 0644);
+  return flock(fd, LOCK_EX) == 0 ? fd : -1;
+}
+
 // Three requests wait for another edit of one file to end and then go at
 // once, each changing its own field: the file ends as after the three one
-// by one (each request holds the file's edit lock from its load to its save).
+// by one (each request holds the file's edit lock from its load to its
+// save). A lock another program holds on the file itself holds none of them.
 TEST(ConcurrentEdits, EachWaitingRequestKeepsItsChange) {
   const std::string m = "NxModId=1&NxCgiVer=1&PauseTime=7&PortId=", n = "NxCgiVer=1&";
   const std::tuple<const char*, const char*, std::array<std::string, 3>> rows[] = {
@@ -125,17 +139,43 @@ TEST(ConcurrentEdits, EachWaitingRequestKeepsItsChange) {
   for (const auto& [cgi, path, forms] : rows) {
     DeviceRoot root, one_by_one;
     for (const std::string& form : forms) harness::Post(cgi, form, one_by_one.path());
-    const int other_edit = open(root.Host(path).c_str(), O_RDONLY | O_CLOEXEC);
-    ASSERT_EQ(flock(other_edit, LOCK_EX), 0);
+    const int daemon_lock = open(root.Host(path).c_str(), O_RDONLY | O_CLOEXEC);
+    ASSERT_EQ(flock(daemon_lock, LOCK_EX), 0);
+    const int other_edit = HoldEditLock(root, path);
+    ASSERT_GE(other_edit, 0);
     std::vector<std::thread> requests;
     for (const std::string& form : forms)
-      requests.emplace_back([&root, &form, cgi = cgi] { harness::Post(cgi, form, root.path()); });
-    for (int i = 0; i < 6000 && harness::FileLockWaiters(root.Host(path)) < 3; ++i)
+      requests.emplace_back([&root, &form, cgi = cgi] {
+        harness::RunCgi({.cgi = cgi, .form = form, .root = root.path(), .env = {{kWait, "600"}}});
+      });
+    bool all_wait = false;
+    for (int i = 0; i < 900 && !(all_wait = harness::FileLockWaiters(other_edit) == 3); ++i)
       std::this_thread::sleep_for(std::chrono::milliseconds(10));
-    EXPECT_EQ(harness::FileLockWaiters(root.Host(path)), 3) << cgi;
+    EXPECT_TRUE(all_wait) << cgi;
     close(other_edit);
     for (std::thread& request : requests) request.join();
     EXPECT_EQ(root.Read(path), one_by_one.Read(path)) << cgi;
+    close(daemon_lock);
+  }
+}
+
+// An edit held past the wait: the request gives up, saves nothing and says
+// which file it could not edit.
+TEST(ConcurrentEdits, AnEditHeldTooLongIsGivenUp) {
+  const std::string mail_failed = "NxCgi_MailSvcPortCfgFunc PortId = [0]: LoadSvcCfgFile() ERROR!!!<br>\n";
+  for (const auto& [cgi, form, path, handler_out] :
+       {std::tuple{"nxmailsvcport.cgi", "NxModId=1&NxCgiVer=1&PortId=0&PauseTime=7",
+                   "/opt/vsb/etc/NxConf/NxModId1/MailConf.bin", harness::kHeader + mail_failed},
+        {"nxcamgpctl.cgi", "CamGpioFlk=7", "/opt/vsb/etc/NxConf/camgpctl.conf", harness::kHeader}}) {
+    DeviceRoot root;
+    const std::string before = root.Read(path);
+    const int other_edit = HoldEditLock(root, path);
+    const std::string busy =
+        "[" + std::string(path) + "] is being edited by another request: nothing changed";
+    EXPECT_EQ(harness::RunCgi({.cgi = cgi, .form = form, .root = root.path(), .env = {{kWait, "1"}}}).out,
+              handler_out + harness::Alert(cgi, busy));
+    EXPECT_EQ(root.Read(path), before);
+    close(other_edit);
   }
 }
 

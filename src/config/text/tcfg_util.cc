@@ -99,33 +99,34 @@ Tcfg* new_cfg(const char* path, int create_flag) {
     NX_DIAG(kSource, "%s\n", "argument is NULL");
     return nullptr;
   }
+  // An object is made to edit its file: hold the file's edit lock until the
+  // save (or free_cfg), and only then look at the file, which another
+  // request's save may have replaced while this one waited. A lock taken
+  // here with no object made to end it is given up at once.
+  const int locks_before = platform::HeldFileLockCount();
+  if (platform::LockFileForEdit(path) == platform::EditLock::kBusy) {
+    NX_DIAG(kSource, "%s is being edited by another request\n", path);
+    return nullptr;
+  }
+  const auto give_up_lock = [&] {
+    if (platform::HeldFileLockCount() > locks_before) platform::UnlockFile(path);
+  };
   const platform::HostPath host = platform::MapPath(path);
   struct stat status;
-  if (stat(host.c_str(), &status) != 0) {
-    if (create_flag == 0) {
-      NX_DIAG(kSource, "%s does not exist\n", path);
-      return nullptr;
-    }
+  bool found = stat(host.c_str(), &status) == 0;
+  if (!found && create_flag != 0) {
     if (create_cfg_file(path) != 0) {
       NX_DIAG(kSource, "fail to create %s\n", path);
+      give_up_lock();
       return nullptr;
     }
-    if (stat(host.c_str(), &status) != 0) {
-      NX_DIAG(kSource, "%s does not exist\n", path);
-      return nullptr;
-    }
+    found = stat(host.c_str(), &status) == 0;
   }
-  // An object is made to edit its file: hold the file's edit lock until the
-  // save (or free_cfg), and take the size of the file the lock guards, which
-  // another request's save may have replaced while this one waited.
-  // A lock taken here with no object made to end it is given up at once.
-  const int locks_before = platform::HeldFileLockCount();
-  const int locked = platform::LockFileForEdit(path);
-  if (locked >= 0) fstat(locked, &status);
-  const auto give_up_lock = [&] {
-    if (platform::HeldFileLockCount() > locks_before)
-      platform::UnlockFileIdentity(status.st_dev, status.st_ino);
-  };
+  if (!found) {
+    NX_DIAG(kSource, "%s does not exist\n", path);
+    give_up_lock();
+    return nullptr;
+  }
   Tcfg* cfg = static_cast<Tcfg*>(std::calloc(1, sizeof(Tcfg)));
   // A file too big for the 32-bit size cannot get its content buffer either.
   if (cfg == nullptr || status.st_size < 0 || static_cast<uint64_t>(status.st_size) >= UINT32_MAX) {
