@@ -191,6 +191,18 @@ read -r -d '' MUTANTS <<'EOF' || true
 == uoc05 src/handlers/device/nxuoutctr.cc | a reply length beyond the bytes received is reported
 - if (received < 0 || received > reply_size - static_cast<int>(config::kUartOutData)) {
 + if (received < 0) {
+== uoc06 src/handlers/device/nxuoutctr.cc | a timed-out request stays in the service's queue
+- if (outcome == Exchange::kTimedOut) TakeBackRequest(request_queue, reply_queue);
++
+== uoc07 src/handlers/device/nxuoutctr.cc | the send waits for room in a full queue
+- const int sending = AdvMgTrySndMsgQ(request_queue, message.Request());
++ const int sending = AdvMgSndMsgQ(request_queue, message.Request());
+== end01 src/platform/request_end.cc | the commands' group outlives the request
+- kill(0, SIGTERM);
++
+== end02 src/platform/request_end.cc | a signal leaves the reply queue behind
+- if (g_queue >= 0) msgctl(g_queue, IPC_RMID, nullptr);
++
 == dev01 src/handlers/device/nxuoutset.cc | the parity is stored as a number
 - {"ParityBit", config::MustFind(config::kUartOutConf, "ParityBit"), true},
 + {"ParityBit", config::MustFind(config::kUartOutConf, "ParityBit"), false},

@@ -3,10 +3,15 @@
 #include <cstdio>
 #include <cstdlib>
 
+#include "platform/request_end.h"
+
 namespace platform {
 namespace {
 
-int RunWithSystem(const char*, const char* host_text) { return std::system(host_text); }
+int RunWithSystem(const char*, const char* host_text) {
+  EndCommandsWithRequest();
+  return std::system(host_text);
+}
 
 CommandRunner g_runner = RunWithSystem;
 

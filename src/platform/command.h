@@ -38,7 +38,8 @@ class ShellCommand {
 };
 
 // Runs a command through the shell and waits for it; the exit status is
-// returned but the system never examines it. Commands do not inherit
+// returned but the system never examines it. Whatever it leaves running ends
+// with the request (platform/request_end.h). Commands do not inherit
 // HTTP_PROXY or http_proxy (the client's "Proxy:" header in a CGI request). A command that did not fit its
 // buffer is not run. Output buffers are flushed first so that the page keeps
 // its order.

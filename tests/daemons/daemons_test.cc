@@ -151,13 +151,71 @@ TEST(SerialOutput, NoServiceAnswersAtOnceAndLeavesNoQueue) {
   EXPECT_EQ(QueueCount(), 0);
 }
 
+// A service that stopped reading its queue: a request waits no longer for
+// room in a full queue than for a reply and leaves no request of its own
+// there; a signal that ends a waiting request removes its reply queue.
+TEST(SerialOutput, StoppedServiceIsLeftAsItWas) {
+  harness::DeviceRoot root;
+  struct {
+    long type = 1;
+    char text[220] = "another client's request";
+  } other, left;
+  for (const auto& [room, signal] :
+       {std::pair{2, 0}, {1, 0}, {2, SIGTERM}, {2, SIGHUP}, {2, SIGINT}, {2, SIGPIPE}}) {
+    const int service = msgget(0x20030922, IPC_CREAT | 0600);
+    msqid_ds status;
+    msgctl(service, IPC_STAT, &status);
+    status.msg_qbytes = room * sizeof other.text;
+    msgctl(service, IPC_SET, &status);
+    ASSERT_EQ(msgsnd(service, &other, sizeof other.text, 0), 0);
+    const int queues = QueueCount();
+    harness::ProcessResult result;
+    std::thread request([&, signal = signal] {
+      result =
+          harness::Post("nxuoutctr.cgi", signal ? "NxCgiVer=1&RxWaitTm=60000" : "NxCgiVer=1", root.path());
+    });
+    const auto sent = [&] { return msgctl(service, IPC_STAT, &status) == 0 && status.msg_qnum == 2; };
+    if (signal != 0 && Eventually(sent)) kill(status.msg_lspid, signal);
+    request.join();
+    const char* alert = room == 1 ? "Serial output service not reachable: request not sent"
+                                  : "No reply from serial output service within 3000 ms";
+    EXPECT_EQ(result.out, signal ? "" : harness::Alert("nxuoutctr.cgi", alert)) << signal;
+    EXPECT_EQ(QueueCount(), queues) << signal;
+    msgctl(service, IPC_STAT, &status);
+    EXPECT_EQ(status.msg_qnum, signal ? 2u : 1u) << signal;  // a signal ends a request, not its request
+    EXPECT_EQ(msgrcv(service, &left, sizeof left.text, 0, IPC_NOWAIT), 220);
+    EXPECT_STREQ(left.text, other.text);
+    msgctl(service, IPC_RMID, nullptr);
+  }
+}
+
+// A command's child left running in the background ends with the request,
+// when it finishes and when a signal ends it during its pause.
+TEST(Commands, EndWithTheRequest) {
+  harness::DeviceRoot root;
+  const std::string pids = root.Host("/tmp/pids");
+  for (const int signal : {0, SIGTERM, SIGHUP, SIGPIPE}) {
+    std::remove(pids.c_str());
+    const std::string form = "NxCgiVer=1&RetOpt=1&Pause=" + std::string(signal ? "300" : "0") +
+                             "&Command=sleep+300+>/dev/null+2>%261+%26+(echo+$PPID+$!+>" + pids + ")";
+    std::thread request([&] { harness::Post("nxdosyscmd.cgi", form, root.path()); });
+    int parent = 0, child = 0;
+    EXPECT_TRUE(Eventually([&] { return bool(std::ifstream(pids) >> parent >> child); })) << signal;
+    if (signal != 0 && parent > 1) kill(parent, signal);
+    request.join();
+    // (This process is pid 1 of its namespace: the orphaned child is reaped here.)
+    EXPECT_TRUE(Eventually([&] { return waitpid(child, nullptr, WNOHANG) == child || kill(child, 0) != 0; }))
+        << signal;
+  }
+}
+
 struct SignalCase {
   const char* name;
   const char* cgi;
   std::string form;
-  const char* pid_file;  // printf format of the pid file, given the daemon's pid
-  std::string signal;    // the line the daemon journals, "" for none
-  std::string err;  // printf format, given the daemon's pid
+  const char* pid_file;       // printf format of the pid file, given the daemon's pid
+  std::string signal;         // the line the daemon journals, "" for none
+  std::string err;            // printf format, given the daemon's pid
   bool other_daemon = false;  // the pid file names another daemon (the serial output service)
 };
 

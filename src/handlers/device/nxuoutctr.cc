@@ -12,6 +12,7 @@
 #include "config/uart_out_msg.h"
 #include "handlers/handler.h"
 #include "platform/msg_queue.h"
+#include "platform/request_end.h"
 #include "platform/sleep.h"
 
 namespace {
@@ -76,30 +77,54 @@ int ParseData(std::string_view text, int32_t length, std::span<uint8_t, config::
 
 enum class Exchange { kReplied, kNotSent, kTimedOut, kLost };
 
-// Sends the request and waits for the reply into the same buffer. The
-// reply queue is removed here on every path.
+// A request the service never took is taken back, so that a service that
+// stopped reading is not left with a queue full of requests nobody waits
+// for (and would carry them out when it reads again). The messages around
+// it are sent again in their order.
+void TakeBackRequest(int request_queue, int reply_queue) {
+  const int count = MsgQCount(request_queue);
+  bool taken = false;
+  for (int i = 0; i < count; ++i) {
+    config::UartOutMsg queued;
+    const int size = AdvMgTryRcvMsgQ(request_queue, queued.bytes);
+    if (size <= 0) return;
+    if (!taken && queued.Get(config::kUartOutRetMsgQId) == reply_queue) {
+      taken = true;
+      continue;
+    }
+    AdvMgTrySndMsgQ(request_queue, std::span(queued.bytes).first(static_cast<std::size_t>(size)));
+  }
+}
+
+// Sends the request and waits for the reply into the same buffer, both
+// within wait_ms: the full queue of a service that stopped reading holds the
+// request no longer than a silent service. The reply queue is removed here
+// on every path, and by a signal that ends the request first.
 Exchange SendAndWait(config::UartOutMsg& message, int reply_queue, unsigned wait_ms, int* reply_size) {
+  platform::RemoveQueueAtEnd(reply_queue);
   message.Set(config::kUartOutRetMsgQId, reply_queue);
   const int request_queue = MsgQGet(config::kUartOutRequestKey);
   Exchange outcome = Exchange::kNotSent;
-  if (AdvMgSndMsgQ(request_queue, message.Request()) == 0) {
-    outcome = Exchange::kTimedOut;
-    const unsigned tries = wait_ms / kReplyPollMs;
-    for (unsigned attempt = 0; attempt <= tries; ++attempt) {
-      const int received = AdvMgTryRcvMsgQ(reply_queue, message.bytes);
-      if (received > 0) {
-        *reply_size = received;
-        outcome = Exchange::kReplied;
-        break;
-      }
-      if (received < 0) {
-        outcome = Exchange::kLost;
-        break;
-      }
-      if (attempt < tries) platform::SleepMicroseconds(kReplyPollMs * 1000);
+  bool sent = false, done = false;
+  const unsigned tries = wait_ms / kReplyPollMs;
+  for (unsigned attempt = 0; attempt <= tries && !done; ++attempt) {
+    if (!sent) {
+      const int sending = AdvMgTrySndMsgQ(request_queue, message.Request());
+      sent = sending == 0;
+      done = sending < 0;
+      if (sent) outcome = Exchange::kTimedOut;
     }
+    if (sent) {
+      const int received = AdvMgTryRcvMsgQ(reply_queue, message.bytes);
+      if (received > 0) *reply_size = received;
+      if (received != 0) outcome = received > 0 ? Exchange::kReplied : Exchange::kLost;
+      done = received != 0;
+    }
+    if (!done && attempt < tries) platform::SleepMicroseconds(kReplyPollMs * 1000);
   }
+  if (outcome == Exchange::kTimedOut) TakeBackRequest(request_queue, reply_queue);
   MsgQRemove(reply_queue);
+  platform::ForgetQueueAtEnd();
   return outcome;
 }
 
