@@ -82,15 +82,6 @@ int RunSteps(int port, const std::string& steps, const DeviceRoot& root, std::st
 }
 
 struct ClientRow {
-  ClientRow(const char* name, FtpScript script, std::string steps, std::string sent, std::string result,
-            std::string out = "", std::string stored = "")
-      : name(name),
-        script(std::move(script)),
-        steps(std::move(steps)),
-        sent(std::move(sent)),
-        result(std::move(result)),
-        out(std::move(out)),
-        stored(std::move(stored)) {}
   const char* name;
   FtpScript script;
   std::string steps;
@@ -99,12 +90,15 @@ struct ClientRow {
   std::string out;     // standard output, then standard error ("[]" for a line number)
   std::string stored;  // what the server received in uploads
 };
+ClientRow C(const char* name, const FtpScript& script, const std::string& steps, const std::string& sent,
+            const std::string& result, const std::string& out = "", const std::string& stored = "") {
+  return {name, script, steps, sent, result, out, stored};
+}
 void PrintTo(const ClientRow& row, std::ostream* out) { *out << row.name; }
 
 const std::string kPort = "PORT 127,0,0,1", kP = kPort + "|";
 const std::string kIn = "USER cam|PASS secret|TYPE I|";  // the commands of login
 
-using C = ClientRow;
 const ClientRow kClientRows[] = {
     // The client refuses the Telnet options the server asks for (DO 1, WILL 3);
     // the reply it echoes into the page is escaped and cut at 1 KiB.
