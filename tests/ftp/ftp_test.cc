@@ -35,13 +35,15 @@ using Names = std::set<std::string>;
 // file of the root's /tmp), make:NAME (writes "old" into NAME and NAME.1 to
 // NAME.98 there), nlst (to standard output), put:NAME=BYTES,
 // appe:NAME=BYTES, data (ftp_data_init), quit, and a field of the session;
-// FIELD=N sets the field (restart=N the restart offset) and adds nothing.
+// FIELD=N sets the field (restart=N the restart offset, deadline=N the
+// seconds the session may take from its creation) and adds nothing.
 const std::map<std::string, int ftp_session::*> kFields = {
-    {"verbose", &ftp_session::verbose},   {"debug", &ftp_session::debug},
-    {"passive", &ftp_session::passive},   {"strip_cr", &ftp_session::strip_cr},
-    {"code", &ftp_session::reply_code},   {"recv_unique", &ftp_session::recv_unique},
-    {"fd", &ftp_session::data_fd},        {"connected", &ftp_session::connected},
-    {"cur_type", &ftp_session::cur_type}, {"port_cmd", &ftp_session::use_port_cmd}};
+    {"verbose", &ftp_session::verbose},           {"debug", &ftp_session::debug},
+    {"deadline", &ftp_session::deadline_seconds}, {"passive", &ftp_session::passive},
+    {"strip_cr", &ftp_session::strip_cr},         {"code", &ftp_session::reply_code},
+    {"recv_unique", &ftp_session::recv_unique},   {"fd", &ftp_session::data_fd},
+    {"connected", &ftp_session::connected},       {"cur_type", &ftp_session::cur_type},
+    {"port_cmd", &ftp_session::use_port_cmd}};
 
 std::string Step(ftp_session* s, const std::string& op, const std::string& arg, const DeviceRoot& root) {
   const std::string local = "/tmp/" + arg, name = arg.substr(0, arg.find('=')),
@@ -99,6 +101,12 @@ void PrintTo(const ClientRow& row, std::ostream* out) { *out << row.name; }
 const std::string kPort = "PORT 127,0,0,1", kP = kPort + "|";
 const std::string kIn = "USER cam|PASS secret|TYPE I|";  // the commands of login
 
+const std::string kLost = "ftplib_glob[]:sgetc() error\n";
+// A greeting a byte every `ms`, whole only after the row's deadline: each wait
+// restarts with every byte, the deadline ends the session all the same.
+ClientRow Late(const char* name, const std::string& greeting, int ms) {
+  return C(name, {greeting, {}, {}, ms}, "deadline=2 login", "", "0", kLost);
+}
 const ClientRow kClientRows[] = {
     // The client refuses the Telnet options the server asks for (DO 1, WILL 3);
     // the reply it echoes into the page is escaped and cut at 1 KiB.
@@ -108,8 +116,13 @@ const ClientRow kClientRows[] = {
       "login verbose=1 cmd:HELP code verbose=0", "\377\374\001\377\376\003" + kIn + "HELP|QUIT|", "1 2 214",
       "214-Commands: &lt;b&gt;&amp;" + std::string(1006, 'x') + "\n\n\n"),
     C("FiveSecondsOfSilenceLookLikeALostServer", {.rules = {{"NOOP", "", FtpAct::kSilent}}},
-      "login data cmd:NOOP code fd connected", kIn + kP + "NOOP|QUIT|", "1 0 4 421 -1 1",
-      "ftplib_glob[]:sgetc() error\n"),
+      "login data cmd:NOOP code fd connected", kIn + kP + "NOOP|QUIT|", "1 0 4 421 -1 1", kLost),
+    Late("TricklingGreetingEndsAtTheDeadline", "220 \r\n", 1000),
+    Late("EndlessContinuationEndsAtTheDeadline", "220-" + std::string(120, '\n') + "220 \r\n", 50),
+    Late("EndlessReplyLineEndsAtTheDeadline", "220 " + std::string(120, 'x') + "\r\n", 50),
+    C("SilentDataConnectionEndsAtTheDeadline", {.rules = {{"RETR", "150 Sending\r\n", FtpAct::kNoData}}},
+      "deadline=2 passive=1 login get:x", kIn + "PASV|RETR x|QUIT|", "1 -1",
+      "netin: Connection timed out\n" + kLost + kLost),
     C("ServerClosingWith421",
       {.rules = {{"CWD", "421 Service closing control connection\r\n", FtpAct::kDrop}}},
       "login verbose=1 cwd:pub quit code verbose=0", kIn + "CWD pub|", "1 0 0 221",

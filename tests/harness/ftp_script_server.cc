@@ -61,7 +61,9 @@ void FtpScriptServer::Session() {
   const int control = Readable(listener) ? accept(listener, nullptr, nullptr) : -1, on = 1;
   setsockopt(control, SOL_SOCKET, SO_OOBINLINE, &on, sizeof on);
   const auto say = [&](const std::string& text) { send(control, text.data(), text.size(), MSG_NOSIGNAL); };
-  say(script.greeting);
+  for (std::size_t at = 0;
+       at < script.greeting.size() && send(control, &script.greeting[at], 1, MSG_NOSIGNAL) == 1; ++at)
+    std::this_thread::sleep_for(std::chrono::milliseconds(script.drip_ms));
   std::string line, port_text;
   char block[4096];
   for (ssize_t got = control >= 0; got > 0 && Readable(control);) {

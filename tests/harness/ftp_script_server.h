@@ -26,6 +26,7 @@ struct FtpScript {
   std::string greeting = "220 Scripted server ready\r\n";
   std::vector<FtpRule> rules = {};
   std::string data = {};  // what RETR and NLST send
+  int drip_ms = 0;        // the pause after each byte of the greeting
 };
 
 struct FtpScriptServer {
