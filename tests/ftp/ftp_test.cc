@@ -147,6 +147,8 @@ const ClientRow kClientRows[] = {
       {.rules = {{"RETR", "150 Opening data connection\r\n", FtpAct::kNoData}}}, "login get:never code fd",
       kIn + kP + "RETR never|\377\364<urgent>\377\362ABOR|QUIT|",
       "1 0 -1 -1"),  // IAC IP, IAC DM
+    C("ActiveDataFromElsewhereIsRefused", {.rules = {{"RETR", "150 \r\n", FtpAct::kIntrude}}, .data = "ok"},
+      "login get:f read:f", kIn + kP + "RETR f|QUIT|", "1 0 ok", "ftp: data from 127.0.0.2 refused\n"),
     C("PassiveAsciiReceiveTurnsCrLfIntoLfAndCountsBareLinefeeds", {.data = "A\r\nB\nC"},
       "passive=1 open get:strip strip_cr=0 get:keep read:strip read:keep",
       "USER cam|PASS secret|PASV|RETR strip|PASV|RETR keep|QUIT|", "1 0 0 A\nB\nC A\r\nB\nC",

@@ -1,5 +1,6 @@
 // Preparing the data connection: a passive connection to the server's PASV
 // address, or an active listening socket announced with PORT.
+#include <arpa/inet.h>
 #include <netinet/in.h>
 #include <netinet/ip.h>
 #include <sys/socket.h>
@@ -125,17 +126,26 @@ int ftp_data_init(ftp_session* s) { return s->passive ? PassiveInit(s) : ActiveI
 
 int ftp_data_accept(ftp_session* s) {
   if (s->passive) return s->data_fd;
-  if (!ftp_wait_readable(s, s->data_fd, kAcceptWaitSeconds)) {
-    ftp_close_socket(s->data_fd, SHUT_RDWR);
-    return -1;
-  }
-  sockaddr_in from{};
-  socklen_t length = sizeof from;
-  const int accepted = accept(s->data_fd, reinterpret_cast<sockaddr*>(&from), &length);
-  if (accepted < 0) {
-    std::perror("ftp: accept");
-    ftp_close_socket(s->data_fd, SHUT_RDWR);
-    return -1;
+  int accepted = -1;
+  while (accepted < 0) {
+    if (!ftp_wait_readable(s, s->data_fd, kAcceptWaitSeconds)) {
+      ftp_close_socket(s->data_fd, SHUT_RDWR);
+      return -1;
+    }
+    sockaddr_in from{};
+    socklen_t length = sizeof from;
+    accepted = accept(s->data_fd, reinterpret_cast<sockaddr*>(&from), &length);
+    if (accepted < 0) {
+      std::perror("ftp: accept");
+      ftp_close_socket(s->data_fd, SHUT_RDWR);
+      return -1;
+    }
+    // Any user of a host on the way may connect to the announced port: only
+    // the server's address may fill the download. The wait goes on.
+    if (from.sin_addr.s_addr != s->peer_addr.sin_addr.s_addr) {
+      std::fprintf(stderr, "ftp: data from %s refused\n", inet_ntoa(from.sin_addr));
+      ftp_close_socket(accepted, SHUT_RDWR);
+    }
   }
   close(s->data_fd);
   s->data_fd = accepted;
