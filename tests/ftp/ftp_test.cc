@@ -35,13 +35,15 @@ using Names = std::set<std::string>;
 // file of the root's /tmp), make:NAME (writes "old" into NAME and NAME.1 to
 // NAME.98 there), nlst (to standard output), put:NAME=BYTES,
 // appe:NAME=BYTES, data (ftp_data_init), quit, and a field of the session;
-// FIELD=N sets the field (restart=N the restart offset) and adds nothing.
+// FIELD=N sets the field (restart=N the restart offset, deadline=N the
+// seconds the session may take from its creation) and adds nothing.
 const std::map<std::string, int ftp_session::*> kFields = {
-    {"verbose", &ftp_session::verbose},   {"debug", &ftp_session::debug},
-    {"passive", &ftp_session::passive},   {"strip_cr", &ftp_session::strip_cr},
-    {"code", &ftp_session::reply_code},   {"recv_unique", &ftp_session::recv_unique},
-    {"fd", &ftp_session::data_fd},        {"connected", &ftp_session::connected},
-    {"cur_type", &ftp_session::cur_type}, {"port_cmd", &ftp_session::use_port_cmd}};
+    {"verbose", &ftp_session::verbose},           {"debug", &ftp_session::debug},
+    {"deadline", &ftp_session::deadline_seconds}, {"passive", &ftp_session::passive},
+    {"strip_cr", &ftp_session::strip_cr},         {"code", &ftp_session::reply_code},
+    {"recv_unique", &ftp_session::recv_unique},   {"fd", &ftp_session::data_fd},
+    {"connected", &ftp_session::connected},       {"cur_type", &ftp_session::cur_type},
+    {"port_cmd", &ftp_session::use_port_cmd}};
 
 std::string Step(ftp_session* s, const std::string& op, const std::string& arg, const DeviceRoot& root) {
   const std::string local = "/tmp/" + arg, name = arg.substr(0, arg.find('=')),
@@ -82,15 +84,6 @@ int RunSteps(int port, const std::string& steps, const DeviceRoot& root, std::st
 }
 
 struct ClientRow {
-  ClientRow(const char* name, FtpScript script, std::string steps, std::string sent, std::string result,
-            std::string out = "", std::string stored = "")
-      : name(name),
-        script(std::move(script)),
-        steps(std::move(steps)),
-        sent(std::move(sent)),
-        result(std::move(result)),
-        out(std::move(out)),
-        stored(std::move(stored)) {}
   const char* name;
   FtpScript script;
   std::string steps;
@@ -99,12 +92,21 @@ struct ClientRow {
   std::string out;     // standard output, then standard error ("[]" for a line number)
   std::string stored;  // what the server received in uploads
 };
+ClientRow C(const char* name, const FtpScript& script, const std::string& steps, const std::string& sent,
+            const std::string& result, const std::string& out = "", const std::string& stored = "") {
+  return {name, script, steps, sent, result, out, stored};
+}
 void PrintTo(const ClientRow& row, std::ostream* out) { *out << row.name; }
 
 const std::string kPort = "PORT 127,0,0,1", kP = kPort + "|";
 const std::string kIn = "USER cam|PASS secret|TYPE I|";  // the commands of login
 
-using C = ClientRow;
+const std::string kLost = "ftplib_glob[]:sgetc() error\n";
+// A greeting a byte every `ms`, whole only after the row's deadline: each wait
+// restarts with every byte, the deadline ends the session all the same.
+ClientRow Late(const char* name, const std::string& greeting, int ms) {
+  return C(name, {greeting, {}, {}, ms}, "deadline=2 login", "", "0", kLost);
+}
 const ClientRow kClientRows[] = {
     // The client refuses the Telnet options the server asks for (DO 1, WILL 3);
     // the reply it echoes into the page is escaped and cut at 1 KiB.
@@ -114,8 +116,13 @@ const ClientRow kClientRows[] = {
       "login verbose=1 cmd:HELP code verbose=0", "\377\374\001\377\376\003" + kIn + "HELP|QUIT|", "1 2 214",
       "214-Commands: &lt;b&gt;&amp;" + std::string(1006, 'x') + "\n\n\n"),
     C("FiveSecondsOfSilenceLookLikeALostServer", {.rules = {{"NOOP", "", FtpAct::kSilent}}},
-      "login data cmd:NOOP code fd connected", kIn + kP + "NOOP|QUIT|", "1 0 4 421 -1 1",
-      "ftplib_glob[]:sgetc() error\n"),
+      "login data cmd:NOOP code fd connected", kIn + kP + "NOOP|QUIT|", "1 0 4 421 -1 1", kLost),
+    Late("TricklingGreetingEndsAtTheDeadline", "220 \r\n", 1000),
+    Late("EndlessContinuationEndsAtTheDeadline", "220-" + std::string(120, '\n') + "220 \r\n", 50),
+    Late("EndlessReplyLineEndsAtTheDeadline", "220 " + std::string(120, 'x') + "\r\n", 50),
+    C("SilentDataConnectionEndsAtTheDeadline", {.rules = {{"RETR", "150 Sending\r\n", FtpAct::kNoData}}},
+      "deadline=2 passive=1 login get:x", kIn + "PASV|RETR x|QUIT|", "1 -1",
+      "netin: Connection timed out\n" + kLost + kLost),
     C("ServerClosingWith421",
       {.rules = {{"CWD", "421 Service closing control connection\r\n", FtpAct::kDrop}}},
       "login verbose=1 cwd:pub quit code verbose=0", kIn + "CWD pub|", "1 0 0 221",
@@ -140,6 +147,8 @@ const ClientRow kClientRows[] = {
       {.rules = {{"RETR", "150 Opening data connection\r\n", FtpAct::kNoData}}}, "login get:never code fd",
       kIn + kP + "RETR never|\377\364<urgent>\377\362ABOR|QUIT|",
       "1 0 -1 -1"),  // IAC IP, IAC DM
+    C("ActiveDataFromElsewhereIsRefused", {.rules = {{"RETR", "150 \r\n", FtpAct::kIntrude}}, .data = "ok"},
+      "login get:f read:f", kIn + kP + "RETR f|QUIT|", "1 0 ok", "ftp: data from 127.0.0.2 refused\n"),
     C("PassiveAsciiReceiveTurnsCrLfIntoLfAndCountsBareLinefeeds", {.data = "A\r\nB\nC"},
       "passive=1 open get:strip strip_cr=0 get:keep read:strip read:keep",
       "USER cam|PASS secret|PASV|RETR strip|PASV|RETR keep|QUIT|", "1 0 0 A\nB\nC A\r\nB\nC",

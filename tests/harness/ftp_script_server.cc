@@ -39,13 +39,15 @@ bool Readable(int fd) {
 }
 
 // After PASV (an empty PORT text) the client connects to the listener that
-// took the control connection; after PORT the server connects.
-int OpenData(const std::string& port_text, int listener) {
+// took the control connection; after PORT the server connects (from `from`).
+int OpenData(const std::string& port_text, int listener, in_addr_t from = INADDR_ANY) {
   if (port_text.empty()) return Readable(listener) ? accept(listener, nullptr, nullptr) : -1;
   unsigned high = 0, low = 0;
   std::sscanf(port_text.c_str(), " %*u,%*u,%*u,%*u,%u,%u", &high, &low);
-  sockaddr_in address{AF_INET, htons(static_cast<uint16_t>(high * 256 + low)), {htonl(INADDR_LOOPBACK)}, {}};
+  sockaddr_in address{AF_INET, htons(static_cast<uint16_t>(high * 256 + low)), {htonl(INADDR_LOOPBACK)}, {}},
+      local{AF_INET, 0, {htonl(from)}, {}};
   const int fd = socket(AF_INET, SOCK_STREAM, 0);
+  bind(fd, reinterpret_cast<sockaddr*>(&local), sizeof local);
   connect(fd, reinterpret_cast<sockaddr*>(&address), sizeof address);
   return fd;
 }
@@ -61,7 +63,9 @@ void FtpScriptServer::Session() {
   const int control = Readable(listener) ? accept(listener, nullptr, nullptr) : -1, on = 1;
   setsockopt(control, SOL_SOCKET, SO_OOBINLINE, &on, sizeof on);
   const auto say = [&](const std::string& text) { send(control, text.data(), text.size(), MSG_NOSIGNAL); };
-  say(script.greeting);
+  for (std::size_t at = 0;
+       at < script.greeting.size() && send(control, &script.greeting[at], 1, MSG_NOSIGNAL) == 1; ++at)
+    std::this_thread::sleep_for(std::chrono::milliseconds(script.drip_ms));
   std::string line, port_text;
   char block[4096];
   for (ssize_t got = control >= 0; got > 0 && Readable(control);) {
@@ -83,6 +87,8 @@ void FtpScriptServer::Session() {
       if (rule.act != FtpAct::kSilent) say(rule.reply);
       if (rule.act == FtpAct::kDrop) got = 0;
       if (!rule.reply.starts_with("150") || rule.act == FtpAct::kNoData) continue;
+      const int other = rule.act == FtpAct::kIntrude ? OpenData(port_text, listener, 0x7f000002) : -1;
+      if (other >= 0) send(other, "injected", 8, MSG_NOSIGNAL), close(other);
       const int data = OpenData(port_text, listener);
       if (verb == "RETR" || verb == "NLST") send(data, script.data.data(), script.data.size(), MSG_NOSIGNAL);
       for (ssize_t n; (verb == "STOR" || verb == "APPE") && (n = recv(data, block, sizeof block, 0)) > 0;)

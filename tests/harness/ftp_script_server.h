@@ -13,8 +13,10 @@ namespace harness {
 
 // kReply: send the reply (a "150" reply to RETR, NLST, STOR or APPE moves the
 // data); kSilent: never answer; kDrop: reply, then close the control
-// connection; kNoData: reply, but never open the data connection.
-enum class FtpAct { kReply, kSilent, kDrop, kNoData };
+// connection; kNoData: reply, but never open the data connection; kIntrude:
+// as kReply, but first a connection from 127.0.0.2 to the client's PORT
+// sends "injected".
+enum class FtpAct { kReply, kSilent, kDrop, kNoData, kIntrude };
 
 struct FtpRule {
   std::string verb;   // "MKD"
@@ -26,6 +28,7 @@ struct FtpScript {
   std::string greeting = "220 Scripted server ready\r\n";
   std::vector<FtpRule> rules = {};
   std::string data = {};  // what RETR and NLST send
+  int drip_ms = 0;        // the pause after each byte of the greeting
 };
 
 struct FtpScriptServer {

@@ -16,6 +16,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <ctime>
 
 // Transfer type codes of the type table.
 inline constexpr int kFtpTypeAscii = 1;
@@ -26,6 +27,9 @@ inline constexpr int kFtpTypeLocal = 4;
 inline constexpr std::size_t kFtpCommandSize = 256;
 inline constexpr std::size_t kFtpWorkBufferSize = 4096;
 inline constexpr std::size_t kFtpConnTextSize = 512;
+// What a whole request may take. Each wait of the client has a limit of its
+// own (10 s at most), but a server restarts it with every byte it sends.
+inline constexpr int kFtpRequestSeconds = 60;
 
 struct ftp_session {
   int hash_marks;
@@ -80,6 +84,11 @@ struct ftp_session {
   char* work_buf;     // kFtpWorkBufferSize bytes
   char* conn_text_a;  // kFtpConnTextSize bytes, saved per connection
   char* conn_text_b;  // kFtpConnTextSize bytes, saved per connection
+
+  // Every wait ends by deadline_seconds after started (CLOCK_MONOTONIC, set
+  // by ftp_create); kFtpRequestSeconds unless the caller changes it.
+  timespec started;
+  int deadline_seconds;
 };
 
 // Session and control connection.

@@ -6,6 +6,7 @@
 #include <netinet/ip.h>
 #include <netinet/tcp.h>
 #include <sys/socket.h>
+#include <sys/time.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -44,6 +45,22 @@ void ftp_close_socket(int& fd, int how) {
   fd = -1;
 }
 
+int ftp_connect_socket(const ftp_session* s, int fd, const sockaddr_in& to) {
+  const int wait = ftp_wait_ms(s, 0);
+  // A zero limit would be no limit at all.
+  if (wait == 0) {
+    errno = ETIMEDOUT;
+    return -1;
+  }
+  // Linux ends a connect() by the send time-out; without one an address that
+  // never answers holds it for about two minutes.
+  const timeval limit{wait / 1000, wait % 1000 * 1000};
+  (void)setsockopt(fd, SOL_SOCKET, SO_SNDTIMEO, &limit, sizeof limit);
+  const int result = connect(fd, reinterpret_cast<const sockaddr*>(&to), sizeof to);
+  if (result < 0 && errno == EINPROGRESS) errno = ETIMEDOUT;
+  return result;
+}
+
 char* ftp_connect(ftp_session* s, const char* host, uint16_t ctrl_port_net) {
   std::memset(&s->peer_addr, 0, sizeof s->peer_addr);
   const hostent* entry = nullptr;
@@ -73,7 +90,7 @@ char* ftp_connect(ftp_session* s, const char* host, uint16_t ctrl_port_net) {
   }
   s->peer_addr.sin_port = ctrl_port_net;
   int next_address = 1;
-  while (connect(fd, reinterpret_cast<const sockaddr*>(&s->peer_addr), sizeof s->peer_addr) < 0) {
+  while (ftp_connect_socket(s, fd, s->peer_addr) < 0) {
     if (entry != nullptr && entry->h_addr_list[next_address] != nullptr) {
       const int failure = errno;
       std::fprintf(stderr, "ftp: connect to address %s: ", inet_ntoa(s->peer_addr.sin_addr));

@@ -1,8 +1,8 @@
 // Preparing the data connection: a passive connection to the server's PASV
 // address, or an active listening socket announced with PORT.
+#include <arpa/inet.h>
 #include <netinet/in.h>
 #include <netinet/ip.h>
-#include <sys/select.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
@@ -52,7 +52,7 @@ int PassiveInit(ftp_session* s) {
   address[2] = static_cast<unsigned char>(a3);
   address[3] = static_cast<unsigned char>(a4);
   s->data_addr.sin_port = htons(static_cast<uint16_t>(p1 * 256 + p2));
-  if (connect(s->data_fd, reinterpret_cast<const sockaddr*>(&s->data_addr), sizeof s->data_addr) < 0) {
+  if (ftp_connect_socket(s, s->data_fd, s->data_addr) < 0) {
     std::perror("ftp: connect");
     ftp_close_socket(s->data_fd, SHUT_RDWR);
     return 1;
@@ -126,22 +126,26 @@ int ftp_data_init(ftp_session* s) { return s->passive ? PassiveInit(s) : ActiveI
 
 int ftp_data_accept(ftp_session* s) {
   if (s->passive) return s->data_fd;
-  if (s->data_fd < 0 || s->data_fd >= FD_SETSIZE) return -1;
-  fd_set readable;
-  FD_ZERO(&readable);
-  FD_SET(s->data_fd, &readable);
-  timeval limit{kAcceptWaitSeconds, 0};
-  if (select(s->data_fd + 1, &readable, nullptr, nullptr, &limit) <= 0) {
-    ftp_close_socket(s->data_fd, SHUT_RDWR);
-    return -1;
-  }
-  sockaddr_in from{};
-  socklen_t length = sizeof from;
-  const int accepted = accept(s->data_fd, reinterpret_cast<sockaddr*>(&from), &length);
-  if (accepted < 0) {
-    std::perror("ftp: accept");
-    ftp_close_socket(s->data_fd, SHUT_RDWR);
-    return -1;
+  int accepted = -1;
+  while (accepted < 0) {
+    if (!ftp_wait_readable(s, s->data_fd, kAcceptWaitSeconds)) {
+      ftp_close_socket(s->data_fd, SHUT_RDWR);
+      return -1;
+    }
+    sockaddr_in from{};
+    socklen_t length = sizeof from;
+    accepted = accept(s->data_fd, reinterpret_cast<sockaddr*>(&from), &length);
+    if (accepted < 0) {
+      std::perror("ftp: accept");
+      ftp_close_socket(s->data_fd, SHUT_RDWR);
+      return -1;
+    }
+    // Any user of a host on the way may connect to the announced port: only
+    // the server's address may fill the download. The wait goes on.
+    if (from.sin_addr.s_addr != s->peer_addr.sin_addr.s_addr) {
+      std::fprintf(stderr, "ftp: data from %s refused\n", inet_ntoa(from.sin_addr));
+      ftp_close_socket(accepted, SHUT_RDWR);
+    }
   }
   close(s->data_fd);
   s->data_fd = accepted;

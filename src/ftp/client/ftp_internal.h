@@ -16,9 +16,19 @@ extern char g_ftp_host_name[kFtpHostNameSize];
 // The result of ftp_unique_name.
 extern char g_ftp_unique_name[kFtpUniqueNameSize];
 
-// The next byte of a connection (0..255), or EOF at its end or on an error
-// (reported on standard error).
-int sgetc(int fd);
+// The next byte of a connection (0..255), or EOF at its end, after 5 s of
+// silence, past the session's deadline or on an error (reported on standard
+// error).
+int sgetc(const ftp_session* s, int fd);
+// The milliseconds a wait of `seconds` (0: no limit of its own) may take: cut
+// to the time left before the session's deadline, 0 once that has passed.
+int ftp_wait_ms(const ftp_session* s, int seconds);
+// Waits up to ftp_wait_ms(s, seconds) until fd can be read; false (errno
+// ETIMEDOUT after a time-out) when it cannot.
+bool ftp_wait_readable(const ftp_session* s, int fd, int seconds);
+// connect() that ends by the session's deadline (errno ETIMEDOUT then); later
+// sends on the socket wait no longer than the time left when it connected.
+int ftp_connect_socket(const ftp_session* s, int fd, const sockaddr_in& to);
 
 // The data connection of a transfer, and the transfers behind getfile, the
 // puts and the third-party copy.

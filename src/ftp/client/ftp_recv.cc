@@ -78,7 +78,10 @@ long ReceiveBinary(ftp_session* s, int in, std::FILE* file, const char* local, b
   errno = 0;
   ssize_t got;
   ssize_t wrote = 0;
-  while ((got = recv(in, s->xfer_buf, static_cast<std::size_t>(s->xfer_buf_size), 0)) > 0) {
+  // A server that stops sending ends the transfer at the deadline.
+  while ((got = ftp_wait_readable(s, in, 0)
+                    ? recv(in, s->xfer_buf, static_cast<std::size_t>(s->xfer_buf_size), 0)
+                    : -1) > 0) {
     wrote = write(out, s->xfer_buf, static_cast<std::size_t>(got));
     if (wrote != got) break;
     bytes += got;
@@ -104,32 +107,32 @@ long ReceiveAscii(ftp_session* s, int in, std::FILE* file, const char* local, bo
   const bool keep_cr = !s->strip_cr && retr;
   long bytes = 0;
   long bare_linefeeds = 0;
-  int c = sgetc(in);
+  int c = sgetc(s, in);
   while (c != -1) {
     if (c != '\r') {
       if (c == '\n') ++bare_linefeeds;
       std::putc(c, file);
       ftp_marks_step(s, marks, ++bytes, retr);
-      c = sgetc(in);
+      c = sgetc(s, in);
       continue;
     }
     ++bytes;  // the CR, written or dropped
     if (std::ferror(file)) break;
-    c = sgetc(in);
+    c = sgetc(s, in);
     if (c == '\n' && !keep_cr) {
       std::putc('\n', file);
       ftp_marks_step(s, marks, ++bytes, retr);
-      c = sgetc(in);
+      c = sgetc(s, in);
       continue;
     }
     std::putc('\r', file);
     if (c == '\0') {
       ++bytes;
-      c = sgetc(in);
+      c = sgetc(s, in);
     } else if (c == '\n') {
       std::putc('\n', file);
       ftp_marks_step(s, marks, ++bytes, retr);
-      c = sgetc(in);
+      c = sgetc(s, in);
     }
   }
   ftp_marks_done(s, marks, bytes, retr, false);
@@ -271,7 +274,9 @@ int ftp_recv(ftp_session* s, const char* command, const char* local, const char*
 }
 
 int getfile(ftp_session* s, const char* local, const char* remote) {
-  return ftp_recv(s, "RETR", local, remote, "wb", 0);
+  const int result = ftp_recv(s, "RETR", local, remote, "wb", 0);
+  // Whatever the server said last, a download the deadline cut short failed.
+  return result == 0 && ftp_wait_ms(s, 0) == 0 ? -1 : result;
 }
 
 int ftp_abort(ftp_session* s, int data_socket) {
@@ -295,7 +300,8 @@ int ftp_abort(ftp_session* s, int data_socket) {
     FD_SET(data_socket, &readable);
     if (data_socket > highest) highest = data_socket;
   }
-  timeval limit{kAbortWaitSeconds, 0};
+  const int wait = ftp_wait_ms(s, kAbortWaitSeconds);
+  timeval limit{wait / 1000, wait % 1000 * 1000};
   const int ready = select(highest + 1, &readable, nullptr, nullptr, &limit);
   if (ready <= 0) {
     if (ready < 0) std::perror("abort");
@@ -303,7 +309,7 @@ int ftp_abort(ftp_session* s, int data_socket) {
   }
   if (ready > 0 && watch_data && FD_ISSET(data_socket, &readable)) {
     char discard[kDiscardSize];
-    while (read(data_socket, discard, sizeof discard) > 0) {
+    while (ftp_wait_readable(s, data_socket, 0) && read(data_socket, discard, sizeof discard) > 0) {
     }
   }
   int reply = ftp_read_reply(s, 0);

@@ -1,12 +1,14 @@
 // The control connection's command sending and reply reading.
-#include <sys/select.h>
+#include <poll.h>
 #include <sys/socket.h>
 
 #include <cctype>
+#include <cerrno>
 #include <cstdarg>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <ctime>
 
 #include "cgi/answer_text.h"
 #include "ftp/client/ftp_internal.h"
@@ -32,16 +34,27 @@ void AnswerOption(const ftp_session* s, int verb, int option) {
 
 }  // namespace
 
-int sgetc(int fd) {
-  if (fd < 0 || fd >= FD_SETSIZE) {
-    std::fprintf(stderr, "%s[%d]:sgetc() error\n", kFtpSourceName, __LINE__);
-    return -1;
-  }
-  fd_set readable;
-  FD_ZERO(&readable);
-  FD_SET(fd, &readable);
-  timeval limit{kReplySilenceSeconds, 0};
-  if (select(fd + 1, &readable, nullptr, nullptr, &limit) <= 0) {
+int ftp_wait_ms(const ftp_session* s, int seconds) {
+  timespec now{};
+  clock_gettime(CLOCK_MONOTONIC, &now);
+  const long long left = (s->started.tv_sec + s->deadline_seconds - now.tv_sec) * 1000LL +
+                         (s->started.tv_nsec - now.tv_nsec) / 1000000;
+  if (left <= 0) return 0;
+  return seconds > 0 && seconds * 1000LL < left ? seconds * 1000 : static_cast<int>(left);
+}
+
+bool ftp_wait_readable(const ftp_session* s, int fd, int seconds) {
+  const int wait = ftp_wait_ms(s, seconds);
+  // Past the deadline not even bytes already there are read: an endless
+  // reply at full speed never leaves the socket empty.
+  pollfd entry{fd, POLLIN, 0};
+  const int ready = fd >= 0 && wait > 0 ? poll(&entry, 1, wait) : 0;
+  if (ready == 0) errno = ETIMEDOUT;
+  return ready > 0;
+}
+
+int sgetc(const ftp_session* s, int fd) {
+  if (!ftp_wait_readable(s, fd, kReplySilenceSeconds)) {
     std::fprintf(stderr, "%s[%d]:sgetc() error\n", kFtpSourceName, __LINE__);
     return -1;
   }
@@ -100,14 +113,14 @@ int ftp_read_reply(ftp_session* s, int expect_eof) {
     int count = 0;
     first = 0;
     int c;
-    while ((c = sgetc(s->ctrl_in)) != '\n') {
+    while ((c = sgetc(s, s->ctrl_in)) != '\n') {
       if (c == kIac) {
-        c = sgetc(s->ctrl_in);
+        c = sgetc(s, s->ctrl_in);
         if (c == kWill || c == kWont) {
-          c = sgetc(s->ctrl_in);
+          c = sgetc(s, s->ctrl_in);
           if (c != -1) AnswerOption(s, kDont, c);
         } else if (c == kDo || c == kDont) {
-          c = sgetc(s->ctrl_in);
+          c = sgetc(s, s->ctrl_in);
           if (c != -1) AnswerOption(s, kWont, c);
         }
         if (c != -1) continue;

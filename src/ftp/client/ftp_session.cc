@@ -7,6 +7,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <ctime>
 
 #include "ftp/client/ftp_internal.h"
 
@@ -136,6 +137,8 @@ ftp_session* ftp_create(int passive, int autologin, int fixed_data_port, int ctr
   s->mode = 1;
   std::strcpy(s->byte_name, "8");
   s->byte_size = 8;
+  clock_gettime(CLOCK_MONOTONIC, &s->started);
+  s->deadline_seconds = kFtpRequestSeconds;
   return s;
 }
 
