@@ -167,23 +167,6 @@ bool KeepAttributes(int fd, const struct stat& old) {
   return fchmod(fd, old.st_mode & 07777) == 0;
 }
 
-// Flushes the directory entry of the rename. A file system that cannot sync
-// directories (EINVAL) has nothing to flush.
-bool SyncDirectory(const HostPath& directory) {
-  const int fd = open(directory.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
-  if (fd < 0) return true;  // a directory we may not read: the rename stands
-  bool ok = true;
-  while (fsync(fd) != 0) {
-    if (errno == EINTR) continue;
-    ok = errno == EINVAL;
-    break;
-  }
-  const int saved_errno = errno;
-  close(fd);
-  errno = saved_errno;
-  return ok;
-}
-
 // Devices, pipes and the like are written where they are, as before.
 WriteStatus WriteInPlace(const HostPath& path, const void* bytes, std::size_t size) {
   const int fd = open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0666);
@@ -249,7 +232,7 @@ WriteStatus WriteConfigFile(const char* device_path, const void* bytes, std::siz
   if (rename(temp.path.c_str(), path.c_str()) != 0) return Fail(temp);
   // The edit is over: the next editor may go on.
   UnlockFile(device_path);
-  return SyncDirectory(split.directory) ? WriteStatus::kOk : WriteStatus::kWriteFailed;
+  return WriteStatus::kOk;
 }
 
 }  // namespace platform

@@ -4,9 +4,11 @@
 //
 // A file is never rewritten in place: the new contents go to a temporary
 // file in the same directory, which is flushed to storage and then renamed
-// over the file, and the directory is flushed too. A daemon reading the file
-// meanwhile, a failed write, or a power cut therefore leaves either the old
-// file or the new one, never a mix or a truncated file. A symbolic link at
+// over the file. A daemon reading the file meanwhile, a failed write, or a
+// power cut therefore leaves either the old file or the new one, never a mix
+// or a truncated file. The directory is not flushed (one flush per save):
+// a power cut before the file system's next commit finds the old whole
+// file, and the device's save command is what makes a configuration last. A symbolic link at
 // the path is followed and the file it leads to is replaced (the link
 // stays); the permission bits (and, where the process may, the owner) of
 // the old file are kept; a new file gets 0666 less the umask.
