@@ -16,7 +16,13 @@
 
 namespace {
 
-constexpr int kDefaultBlockSize = 8192;
+// Downloads are read and written in blocks of at least this size (more when
+// the local file prefers larger ones): a disk's 4 KiB block costs a system
+// call pair per 4 KiB and left the client far behind other clients. Against
+// curl on one 512 MiB file: 16 KiB 0.96, 64 KiB 0.81-0.85, 128 KiB
+// 0.55-0.62, 256 KiB 0.43-0.49 of its time; 128 KiB keeps a good margin
+// for half the memory of 256.
+constexpr int kMinReceiveBlock = 128 * 1024;
 constexpr int kAbortWaitSeconds = 10;
 constexpr std::size_t kDiscardSize = 8192;
 
@@ -210,8 +216,8 @@ int ftp_recv(ftp_session* s, const char* command, const char* local, const char*
   }
   if (file != nullptr) {
     struct stat status;
-    int block = kDefaultBlockSize;
-    if (fstat(fileno(file), &status) == 0 && status.st_blksize > 0)
+    int block = kMinReceiveBlock;
+    if (fstat(fileno(file), &status) == 0 && status.st_blksize > block)
       block = static_cast<int>(status.st_blksize);
     if (block > s->xfer_buf_size) {
       std::free(s->xfer_buf);
