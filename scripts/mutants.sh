@@ -334,6 +334,12 @@ read -r -d '' MUTANTS <<'EOF' || true
 == wr04 src/platform/config_write.cc | a write error is not noticed
 - if (!WriteAll(temp.fd, bytes, size)) return Fail(temp);
 + WriteAll(temp.fd, bytes, size);
+== wr05 src/platform/config_write.cc | a patch lands one byte late
+- static_cast<off_t>(contents.offset + done));
++ static_cast<off_t>(contents.offset + done + 1));
+== cfg01 src/config/cfg_file.cc | a record too short is edited in part
+- const bool whole = fstat(fd, &status) == 0 && static_cast<std::size_t>(status.st_size) >= record_size &&
++ const bool whole = fstat(fd, &status) == 0 &&
 == lock01 src/platform/file_lock.cc | an edit lock is waited for without end
 - while (SecondsNow() < deadline) {
 + while (SecondsNow() < deadline + 1e9) {

@@ -43,16 +43,25 @@ bool DirectoryOpens(const char* device_path) {
   return true;
 }
 
-// Reads from the start of the file, whatever the descriptor's position.
-int ReadFromStart(int fd, std::span<std::uint8_t> buffer) {
+// Reads up to buffer.size() bytes at the offset, whatever the descriptor's
+// position: the count read.
+int ReadAt(int fd, std::size_t offset, std::span<std::uint8_t> buffer) {
   std::size_t count = 0;
   while (count < buffer.size()) {
-    const ssize_t got = pread(fd, buffer.data() + count, buffer.size() - count, static_cast<off_t>(count));
+    const ssize_t got =
+        pread(fd, buffer.data() + count, buffer.size() - count, static_cast<off_t>(offset + count));
     if (got < 0 && errno == EINTR) continue;
     if (got <= 0) break;
     count += static_cast<std::size_t>(got);
   }
   return static_cast<int>(count);
+}
+
+// The count saved, or -1 with the message of a file that could not be opened.
+int SaveResult(const CfgPath& path, platform::WriteStatus status, std::size_t size) {
+  if (status == platform::WriteStatus::kOpenFailed)
+    std::printf(" File %s is not opened errno = %08x\n", path.c_str(), static_cast<unsigned>(errno));
+  return status == platform::WriteStatus::kOk ? static_cast<int>(size) : -1;
 }
 
 }  // namespace
@@ -83,7 +92,7 @@ int CfgFileRead(int module_id, const char* file_name, std::span<std::uint8_t> bu
   const platform::HostPath host = platform::MapPath(path.view());
   const int fd = platform::OpenRegularFile(host.c_str());
   if (fd < 0) return -1;
-  const int count = ReadFromStart(fd, buffer);
+  const int count = ReadAt(fd, 0, buffer);
   close(fd);
   return count;
 }
@@ -98,6 +107,20 @@ int CfgFileReadForEdit(int module_id, const char* file_name, std::span<std::uint
 
 bool CfgFileLoadRecord(int module_id, const char* file_name, std::span<std::uint8_t> image) {
   return CfgFileReadForEdit(module_id, file_name, image) == static_cast<int>(image.size());
+}
+
+bool CfgFileLoadSlice(int module_id, const char* file_name, std::size_t record_size, std::size_t offset,
+                      std::span<std::uint8_t> slice) {
+  const CfgPath path = CfgFilePath(module_id, file_name);
+  if (path.overflow() || platform::LockFileForEdit(path.c_str()) == platform::EditLock::kBusy) return false;
+  const int fd = platform::OpenRegularFile(platform::MapPath(path.view()).c_str());
+  if (fd < 0) return false;
+  struct stat status;
+  const bool whole = fstat(fd, &status) == 0 && static_cast<std::size_t>(status.st_size) >= record_size &&
+                     offset + slice.size() <= record_size;
+  const bool read = whole && ReadAt(fd, offset, slice) == static_cast<int>(slice.size());
+  close(fd);
+  return read;
 }
 
 void CfgFileEndEdit(int module_id, const char* file_name) {
@@ -115,14 +138,14 @@ int CfgFileWrite(int module_id, const char* file_name, std::span<const std::uint
   path.Append("/");
   path.Append(file_name);
   if (path.overflow()) return -1;
-  switch (platform::WriteConfigFile(path.c_str(), bytes.data(), bytes.size())) {
-    case platform::WriteStatus::kOk:
-      return static_cast<int>(bytes.size());
-    case platform::WriteStatus::kOpenFailed:
-      std::printf(" File %s is not opened errno = %08x\n", path.c_str(), static_cast<unsigned>(errno));
-      return -1;
-    case platform::WriteStatus::kWriteFailed:
-      break;
-  }
-  return -1;
+  return SaveResult(path, platform::WriteConfigFile(path.c_str(), bytes.data(), bytes.size()), bytes.size());
+}
+
+int CfgFilePatch(int module_id, const char* file_name, std::size_t record_size, std::size_t offset,
+                 std::span<const std::uint8_t> slice) {
+  const CfgPath path = CfgFilePath(module_id, file_name);
+  if (path.overflow()) return -1;
+  return SaveResult(path,
+                    platform::PatchConfigFile(path.c_str(), record_size, offset, slice.data(), slice.size()),
+                    record_size);
 }

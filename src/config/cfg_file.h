@@ -4,6 +4,7 @@
 // host root on a developer's PC.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <span>
 
@@ -26,6 +27,12 @@ int CfgFileReadForEdit(int module_id, const char* file_name, std::span<std::uint
 // file filled the image (a short or missing file is refused).
 bool CfgFileLoadRecord(int module_id, const char* file_name, std::span<std::uint8_t> image);
 
+// A part of a record for an edit of that part only: locks the file for the
+// edit and reads slice.size() bytes at `offset`; true only when the file
+// holds a whole record of `record_size` bytes. CfgFilePatch saves it.
+bool CfgFileLoadSlice(int module_id, const char* file_name, std::size_t record_size, std::size_t offset,
+                      std::span<std::uint8_t> slice);
+
 // Ends the edit lock of CfgFileReadForEdit without saving.
 void CfgFileEndEdit(int module_id, const char* file_name);
 
@@ -34,6 +41,12 @@ void CfgFileEndEdit(int module_id, const char* file_name);
 // success, -1 on failure ("dir %s make error\n" or " File %s is not opened
 // errno = %08x\n" on standard output, which is the response body).
 int CfgFileWrite(int module_id, const char* file_name, std::span<const std::uint8_t> bytes);
+
+// Saves a record of `record_size` bytes that differs from the file only in
+// the slice at `offset` (platform::PatchConfigFile): as CfgFileWrite, with
+// its messages, for a file that exists.
+int CfgFilePatch(int module_id, const char* file_name, std::size_t record_size, std::size_t offset,
+                 std::span<const std::uint8_t> slice);
 
 // Makes every missing directory of an absolute device path with mode 0755:
 // 0 when all exist at the end, -1 at the first one that could not be made

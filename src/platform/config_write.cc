@@ -12,6 +12,7 @@
 
 #include "platform/file_lock.h"
 #include "platform/host_root.h"
+#include "platform/regular_file.h"
 #include "platform/text_view.h"
 
 namespace platform {
@@ -188,7 +189,69 @@ WriteStatus Fail(const TempFile& temp) {
 
 }  // namespace
 
-WriteStatus WriteConfigFile(const char* device_path, const void* bytes, std::size_t size) {
+namespace {
+
+// What goes into the temporary file: the bytes as given, or (patch) a copy
+// of the old file's first `size` bytes with the bytes at `offset`.
+struct NewContents {
+  const void* bytes;
+  std::size_t size;
+  bool patch = false;
+  std::size_t patch_size = 0;
+  std::size_t offset = 0;
+};
+
+// Copies `size` bytes from the start of one file into another, in the
+// kernel where it can, else through a buffer.
+bool CopyStart(int from, int to, std::size_t size) {
+  std::size_t copied = 0;
+  while (copied < size) {
+    const ssize_t got = copy_file_range(from, nullptr, to, nullptr, size - copied, 0);
+    if (got > 0) {
+      copied += static_cast<std::size_t>(got);
+    } else if (got < 0 && errno == EINTR) {
+      continue;
+    } else if (got < 0 && copied == 0 && (errno == ENOSYS || errno == EXDEV || errno == EINVAL)) {
+      break;  // no copy in the kernel here: copy through a buffer
+    } else {
+      if (got == 0) errno = EIO;  // the file ended early
+      return false;
+    }
+  }
+  char block[16384];
+  while (copied < size) {
+    const std::size_t want = size - copied < sizeof block ? size - copied : sizeof block;
+    const ssize_t got = read(from, block, want);
+    if (got < 0 && errno == EINTR) continue;
+    if (got <= 0 || !WriteAll(to, block, static_cast<std::size_t>(got))) {
+      if (got == 0) errno = EIO;
+      return false;
+    }
+    copied += static_cast<std::size_t>(got);
+  }
+  return true;
+}
+
+bool FillTemp(int temp_fd, const HostPath& old_path, const NewContents& contents) {
+  if (!contents.patch) return WriteAll(temp_fd, contents.bytes, contents.size);
+  const int old = OpenRegularFile(old_path.c_str());
+  if (old < 0) return false;
+  bool ok = CopyStart(old, temp_fd, contents.size);
+  const char* next = static_cast<const char*>(contents.bytes);
+  for (std::size_t done = 0; ok && done < contents.patch_size;) {
+    const ssize_t wrote =
+        pwrite(temp_fd, next + done, contents.patch_size - done, static_cast<off_t>(contents.offset + done));
+    if (wrote < 0 && errno == EINTR) continue;
+    ok = wrote > 0;
+    done += ok ? static_cast<std::size_t>(wrote) : 0;
+  }
+  const int saved_errno = errno;
+  close(old);
+  errno = saved_errno;
+  return ok;
+}
+
+WriteStatus Replace(const char* device_path, const NewContents& contents) {
   // A request whose edit lock wait ran out loaded nothing it may save.
   if (EditLockBusyPath() != nullptr) {
     errno = ENOLCK;
@@ -203,12 +266,17 @@ WriteStatus WriteConfigFile(const char* device_path, const void* bytes, std::siz
 
   struct stat old;
   const bool exists = stat(path.c_str(), &old) == 0;
+  if (contents.patch &&
+      (!exists || !S_ISREG(old.st_mode) || static_cast<std::size_t>(old.st_size) < contents.size)) {
+    if (exists) errno = EINVAL;
+    return WriteStatus::kOpenFailed;
+  }
   if (exists) {
     if (S_ISDIR(old.st_mode)) {
       errno = EISDIR;
       return WriteStatus::kOpenFailed;
     }
-    if (!S_ISREG(old.st_mode)) return WriteInPlace(path, bytes, size);
+    if (!S_ISREG(old.st_mode)) return WriteInPlace(path, contents.bytes, contents.size);
     // A file the process could not open for writing stays refused, although
     // the directory would let it be replaced.
     if (faccessat(AT_FDCWD, path.c_str(), W_OK, AT_EACCESS) != 0) return WriteStatus::kOpenFailed;
@@ -222,7 +290,7 @@ WriteStatus WriteConfigFile(const char* device_path, const void* bytes, std::siz
   if (temp.fd < 0) return WriteStatus::kOpenFailed;
 
   if (exists && !KeepAttributes(temp.fd, old)) return Fail(temp);
-  if (!WriteAll(temp.fd, bytes, size)) return Fail(temp);
+  if (!FillTemp(temp.fd, path, contents)) return Fail(temp);
   while (fsync(temp.fd) != 0) {
     if (errno != EINTR) return Fail(temp);
   }
@@ -233,6 +301,21 @@ WriteStatus WriteConfigFile(const char* device_path, const void* bytes, std::siz
   // The edit is over: the next editor may go on.
   UnlockFile(device_path);
   return WriteStatus::kOk;
+}
+
+}  // namespace
+
+WriteStatus WriteConfigFile(const char* device_path, const void* bytes, std::size_t size) {
+  return Replace(device_path, {bytes, size});
+}
+
+WriteStatus PatchConfigFile(const char* device_path, std::size_t size, std::size_t offset, const void* patch,
+                            std::size_t patch_size) {
+  if (offset > size || patch_size > size - offset) {
+    errno = EINVAL;
+    return WriteStatus::kOpenFailed;
+  }
+  return Replace(device_path, {patch, size, true, patch_size, offset});
 }
 
 }  // namespace platform

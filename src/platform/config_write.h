@@ -37,6 +37,15 @@ enum class WriteStatus {
 // process's edit lock on the old file (see file_lock.h) is released.
 WriteStatus WriteConfigFile(const char* device_path, const void* bytes, std::size_t size);
 
+// Replaces the file, a regular file of at least `size` bytes, by a copy of
+// its first `size` bytes with the patch written over them at `offset`, in
+// the same way (temporary file, flush, rename). The kernel copies the file
+// (copy_file_range), so an edit of a few bytes of a large record does not
+// pass the whole record through the process twice. kOpenFailed (errno
+// EINVAL) for a file that is not regular or is too short.
+WriteStatus PatchConfigFile(const char* device_path, std::size_t size, std::size_t offset, const void* patch,
+                            std::size_t patch_size);
+
 // The marker inside temporary file names (tests look for leftovers).
 inline constexpr const char* kTempFileMarker = ".nxcgi-tmp.";
 

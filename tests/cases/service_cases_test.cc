@@ -334,6 +334,8 @@ INSTANTIATE_TEST_SUITE_P(
            kPtzStart,
            {Zeros(kPtz, kNames + 64 * 7, 64), Str(kPtz, kNames, "home"),
             Str(kPtz, kNames + 64 * 255, std::string(63, 'z'))}),
+        No("PtzPortSetShortFileWritesNothing", "nxptzportset.cgi",
+           "NxCgiVer=1&NxModId=2&PortId=3&PresetName0=a", {File(kPtz, Pattern(262759))}),
         CgiCase("PtzPortSetModuleFourIsPrinted", "nxptzportset.cgi",
                 "NxCgiVer=1&NxModId=4&PortId=0&PresetName0=a", kPtzStart, {},
                 kHeader + "Invalid NxModId = 4<br>\n"),

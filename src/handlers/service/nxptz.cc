@@ -216,11 +216,13 @@ int NxCgi_PtzPortSetCgifunc(char*) {
     std::printf("Invalid PortId = %d<br>\n", port.ValueOr(-1));
     return 0;
   }
-  if (!LoadPtzConf()) return -1;
   const FieldRef names = Module(module.value).Then(kPorts.At(port.value)).Then(kPresetNames);
-  // The working copy holds the port's names only, not the whole file (256 KiB).
+  // Only the port's names are read and written: the rest of the file (256
+  // KiB) is copied by the kernel when it is saved.
   const std::span<uint8_t> port_names =
       std::span(g_ptz_image).subspan(names.offset, names.count * names.stride);
+  if (!CfgFileLoadSlice(kCfgRootModule, kPtzConfFile, sizeof g_ptz_image, names.offset, port_names))
+    return -1;
   WorkingCopy copy(port_names);
   if (!copy.ok()) return -1;
   FieldRef copy_names = names;
@@ -244,5 +246,6 @@ int NxCgi_PtzPortSetCgifunc(char*) {
     }
   }
   copy.StoreInto(port_names);
-  return WritePtzConf() ? 1 : -1;
+  return CfgFilePatch(kCfgRootModule, kPtzConfFile, sizeof g_ptz_image, names.offset, port_names) >= 0 ? 1
+                                                                                                       : -1;
 }
