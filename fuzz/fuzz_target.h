@@ -34,6 +34,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, std::size_t size);
 inline void Check(bool condition) { condition ? void() : __builtin_trap(); }
 
 // What the code under test prints (pages, echoed replies) goes nowhere.
+inline const int kept_stderr = dup(2);
 inline const bool quiet = std::freopen("/dev/null", "w", stdout) != nullptr;
 
 namespace fs = std::filesystem;
@@ -102,6 +103,14 @@ inline void RunCgi(const char* cgi_name, const char* form, std::size_t length) {
   ftp_reset_process_state();
   platform::UnlockAllFiles();
   fs::current_path(outside);
-  fs::remove_all(sandbox.root);
-  fs::copy(sandbox.factory, sandbox.root, fs::copy_options::recursive);
+  std::error_code removed, copied;
+  if (fs::remove_all(sandbox.root, removed); !removed)
+    fs::copy(sandbox.factory, sandbox.root, fs::copy_options::recursive, copied);
+  // libFuzzer sends the standard error of the code under test nowhere: the
+  // reason goes to the log through a copy made before, and the run stops.
+  if (removed || copied) {
+    dprintf(kept_stderr, "sandbox: %s failed: %s\n", removed ? "removing the root" : "copying the factory",
+            (removed ? removed : copied).message().c_str());
+    std::abort();
+  }
 }
