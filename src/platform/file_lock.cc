@@ -125,7 +125,13 @@ HostPath EditLockFilePath(const char* device_path) {
   FixedText<kMaxHostPath> name;
   name.Append(kLockDirectory);
   name.Append("/nxcgi");
-  for (const char* c = device_path; *c != '\0'; ++c) name.Append(*c == '/' ? "." : std::string_view(c, 1));
+  for (std::string_view rest = device_path; !rest.empty();) {
+    const std::size_t slash = rest.find('/');
+    name.Append(rest.substr(0, slash));
+    if (slash == std::string_view::npos) break;
+    name.Append(".");
+    rest.remove_prefix(slash + 1);
+  }
   return name.overflow() ? HostPath() : MapPath(name.view());
 }
 

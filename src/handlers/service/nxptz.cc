@@ -223,10 +223,9 @@ int NxCgi_PtzPortSetCgifunc(char*) {
       std::span(g_ptz_image).subspan(names.offset, names.count * names.stride);
   if (!CfgFileLoadSlice(kCfgRootModule, kPtzConfFile, sizeof g_ptz_image, names.offset, port_names))
     return -1;
-  WorkingCopy copy(port_names);
-  if (!copy.ok()) return -1;
-  FieldRef copy_names = names;
-  copy_names.offset = 0;
+  // The names are edited where they were read: the slice is this request's own.
+  FieldRef slice_names = names;
+  slice_names.offset = 0;
   // A form names a few of the 256 presets: walk the form once rather than
   // look up every name. The first field of a name is the one that counts (a
   // name gives one index, an index one name), so later ones are skipped
@@ -238,14 +237,13 @@ int NxCgi_PtzPortSetCgifunc(char*) {
     taken[static_cast<std::size_t>(index)] = true;
     char value[kFieldBufferSize];
     const int result = CgiGetEntryValue(entry, value, sizeof value);
-    const FieldRef name = copy_names.At(static_cast<uint32_t>(index));
+    const FieldRef name = slice_names.At(static_cast<uint32_t>(index));
     if (result == CGI_FIELD_OK) {
-      config::StoreText(copy.bytes(), name, value);  // 64 characters or more are ignored
+      config::StoreText(port_names, name, value);  // 64 characters or more are ignored
     } else if (result == CGI_FIELD_EMPTY) {
-      config::ClearField(copy.bytes(), name);
+      config::ClearField(port_names, name);
     }
   }
-  copy.StoreInto(port_names);
   return CfgFilePatch(kCfgRootModule, kPtzConfFile, sizeof g_ptz_image, names.offset, port_names) >= 0 ? 1
                                                                                                        : -1;
 }
