@@ -194,9 +194,9 @@ read -r -d '' MUTANTS <<'EOF' || true
 == uoc06 src/handlers/device/nxuoutctr.cc | a timed-out request stays in the service's queue
 - if (!taken && queued.Get(config::kUartOutRetMsgQId) == reply_queue) {
 + if (!taken && queued.Get(config::kUartOutRetMsgQId) == reply_queue + 1) {
-== uoc07 src/handlers/device/nxuoutctr.cc | the send waits for room in a full queue
-- const int sending = AdvMgTrySndMsgQ(request_queue, message.Request());
-+ const int sending = AdvMgSndMsgQ(request_queue, message.Request());
+== uoc07 src/platform/msg_queue.cc | the send waits for room in a full queue
+- if (msgsnd(msgq_id, &host, text_size, IPC_NOWAIT) == 0) return 0;
++ if (msgsnd(msgq_id, &host, text_size, 0) == 0) return 0;
 == end01 src/platform/request_end.cc | the commands' group outlives the request
 - kill(0, SIGTERM);
 +

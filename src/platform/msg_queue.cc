@@ -92,9 +92,7 @@ int MsgQCount(int msgq_id) {
   return msgctl(msgq_id, IPC_STAT, &status) == 0 ? static_cast<int>(status.msg_qnum) : -1;
 }
 
-namespace {
-
-int Send(int msgq_id, std::span<const uint8_t> message, int flags) {
+int AdvMgSndMsgQ(int msgq_id, std::span<const uint8_t> message) {
   if (message.size() < platform::kMsgTypeSize || message.size() > platform::kMsgMaxText) return -1;
   const auto type = static_cast<int32_t>(platform::LoadU32(message, 0));
   if (type == 0) return -1;
@@ -103,22 +101,15 @@ int Send(int msgq_id, std::span<const uint8_t> message, int flags) {
   host.type = type;
   const std::size_t text_size = message.size() - platform::kMsgTypeSize;
   std::memcpy(host.text, message.data() + platform::kMsgTypeSize, text_size);
-  if (msgsnd(msgq_id, &host, text_size, flags) == 0) return 0;
+  // Never waits: a full queue is the caller's to wait on, within its time.
+  if (msgsnd(msgq_id, &host, text_size, IPC_NOWAIT) == 0) return 0;
 
   const int number = errno;
-  if (number == EAGAIN && (flags & IPC_NOWAIT) != 0) return 1;
+  if (number == EAGAIN) return 1;
   std::fputs("AdvMgSndMsgQ ERROR !!!\n", stderr);
   if (const char* line = LineFor(kSendLines, number)) std::fputs(line, stderr);
   errno = number;
   return -1;
-}
-
-}  // namespace
-
-int AdvMgSndMsgQ(int msgq_id, std::span<const uint8_t> message) { return Send(msgq_id, message, 0); }
-
-int AdvMgTrySndMsgQ(int msgq_id, std::span<const uint8_t> message) {
-  return Send(msgq_id, message, IPC_NOWAIT);
 }
 
 int AdvMgRcvMsgQ(int msgq_id, std::span<uint8_t, platform::kMsgBufferSize> message) {

@@ -29,13 +29,11 @@ int MsgQRemove(int msgq_id);
 // How many messages wait in the queue; -1 when it cannot be read.
 int MsgQCount(int msgq_id);
 
-// Sends the message (type first; its size counts the 4-byte type). A zero
-// type or a size above 256 is refused without a word. Blocks while the
-// queue is full. 0, or -1 with the reason on standard error.
+// Sends the message (type first; its size counts the 4-byte type) without
+// waiting. A zero type or a size above 256 is refused without a word. 0, 1
+// when the queue is full (nothing said), or -1 with the reason on standard
+// error.
 int AdvMgSndMsgQ(int msgq_id, std::span<const uint8_t> message);
-// The same without waiting: 1 when the queue is full (nothing said), else
-// as above.
-int AdvMgTrySndMsgQ(int msgq_id, std::span<const uint8_t> message);
 // Waits for the first message of any type. The text length + 4, or -1 with
 // the reason on standard error.
 int AdvMgRcvMsgQ(int msgq_id, std::span<uint8_t, platform::kMsgBufferSize> message);

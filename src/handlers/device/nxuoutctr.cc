@@ -92,7 +92,7 @@ void TakeBackRequest(int request_queue, int reply_queue) {
       taken = true;
       continue;
     }
-    AdvMgTrySndMsgQ(request_queue, std::span(queued.bytes).first(static_cast<std::size_t>(size)));
+    AdvMgSndMsgQ(request_queue, std::span(queued.bytes).first(static_cast<std::size_t>(size)));
   }
 }
 
@@ -109,7 +109,7 @@ Exchange SendAndWait(config::UartOutMsg& message, int reply_queue, unsigned wait
   const unsigned tries = wait_ms / kReplyPollMs;
   for (unsigned attempt = 0; attempt <= tries && !done; ++attempt) {
     if (!sent) {
-      const int sending = AdvMgTrySndMsgQ(request_queue, message.Request());
+      const int sending = AdvMgSndMsgQ(request_queue, message.Request());
       sent = sending == 0;
       done = sending < 0;
       if (sent) outcome = Exchange::kTimedOut;
