@@ -335,8 +335,8 @@ read -r -d '' MUTANTS <<'EOF' || true
 - if (!contents.patch) return WriteAll(temp_fd, contents.bytes, contents.size);
 + if (!contents.patch) return WriteAll(temp_fd, contents.bytes, contents.size) || true;
 == wr05 src/platform/config_write.cc | a patch lands one byte late
-- static_cast<off_t>(contents.offset + done));
-+ static_cast<off_t>(contents.offset + done + 1));
+- lseek(temp_fd, static_cast<off_t>(contents.offset), SEEK_SET) >= 0 &&
++ lseek(temp_fd, static_cast<off_t>(contents.offset + 1), SEEK_SET) >= 0 &&
 == cfg01 src/config/cfg_file.cc | a record too short is edited in part
 - const bool whole = fstat(fd, &status) == 0 && static_cast<std::size_t>(status.st_size) >= record_size &&
 + const bool whole = fstat(fd, &status) == 0 &&

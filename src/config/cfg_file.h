@@ -17,10 +17,10 @@ inline constexpr int kCfgRootModule = -1;
 // read (0..size), or -1 when the file can't be opened. Prints nothing.
 int CfgFileRead(int module_id, const char* file_name, std::span<std::uint8_t> buffer);
 
-// CfgFileRead of a file the caller is going to rewrite: the file is locked
-// for the edit first (platform/file_lock.h) and read through the locked
-// descriptor, so that the save that follows writes over exactly what was
-// read. The lock ends with the save (or the process).
+// CfgFileRead of a file the caller is going to rewrite: the file's edit lock
+// is taken first (platform/file_lock.h), so that the save that follows
+// writes over exactly what was read; -1 when another request kept the lock
+// past the wait. The lock ends with the save (or the process).
 int CfgFileReadForEdit(int module_id, const char* file_name, std::span<std::uint8_t> buffer);
 
 // CfgFileReadForEdit of a whole record into its image: true only when the

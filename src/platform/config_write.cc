@@ -187,10 +187,6 @@ WriteStatus Fail(const TempFile& temp) {
   return WriteStatus::kWriteFailed;
 }
 
-}  // namespace
-
-namespace {
-
 // What goes into the temporary file: the bytes as given, or (patch) a copy
 // of the old file's first `size` bytes with the bytes at `offset`.
 struct NewContents {
@@ -236,15 +232,9 @@ bool FillTemp(int temp_fd, const HostPath& old_path, const NewContents& contents
   if (!contents.patch) return WriteAll(temp_fd, contents.bytes, contents.size);
   const int old = OpenRegularFile(old_path.c_str());
   if (old < 0) return false;
-  bool ok = CopyStart(old, temp_fd, contents.size);
-  const char* next = static_cast<const char*>(contents.bytes);
-  for (std::size_t done = 0; ok && done < contents.patch_size;) {
-    const ssize_t wrote =
-        pwrite(temp_fd, next + done, contents.patch_size - done, static_cast<off_t>(contents.offset + done));
-    if (wrote < 0 && errno == EINTR) continue;
-    ok = wrote > 0;
-    done += ok ? static_cast<std::size_t>(wrote) : 0;
-  }
+  const bool ok = CopyStart(old, temp_fd, contents.size) &&
+                  lseek(temp_fd, static_cast<off_t>(contents.offset), SEEK_SET) >= 0 &&
+                  WriteAll(temp_fd, contents.bytes, contents.patch_size);
   const int saved_errno = errno;
   close(old);
   errno = saved_errno;

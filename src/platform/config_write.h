@@ -34,7 +34,7 @@ enum class WriteStatus {
 // bytes. On kOpenFailed errno tells why (a directory at the path gives
 // EISDIR, a missing directory ENOENT, a file the process may not write
 // EACCES, as opening it for writing would). After a successful save this
-// process's edit lock on the old file (see file_lock.h) is released.
+// process's edit lock on the file (see file_lock.h) is released.
 WriteStatus WriteConfigFile(const char* device_path, const void* bytes, std::size_t size);
 
 // Replaces the file, a regular file of at least `size` bytes, by a copy of

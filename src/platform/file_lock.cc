@@ -59,13 +59,13 @@ void Release(HeldLock& lock) {
 }
 
 // The lock file, created when missing (and its directory, in a fresh host
-// root); a link or anything but a regular file planted at its name is refused.
-int OpenLockFile(const HostPath& lock_path) {
+// root), and its identity; a link or anything but a regular file planted at
+// its name is refused.
+int OpenLockFile(const HostPath& lock_path, struct stat& status) {
   constexpr int kFlags = O_RDONLY | O_CREAT | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC;
   int fd = open(lock_path.c_str(), kFlags, 0644);
   if (fd < 0 && errno == ENOENT && mkdir(MapPath(kLockDirectory).c_str(), 0755) == 0)
     fd = open(lock_path.c_str(), kFlags, 0644);
-  struct stat status;
   if (fd >= 0 && (fstat(fd, &status) != 0 || !S_ISREG(status.st_mode))) {
     close(fd);
     return -1;
@@ -137,12 +137,9 @@ HostPath EditLockFilePath(const char* device_path) {
 
 EditLock LockFileForEdit(const char* device_path) {
   const HostPath lock_path = EditLockFilePath(device_path);
-  const int fd = lock_path.size() > 0 ? OpenLockFile(lock_path) : -1;
   struct stat status;
-  if (fd < 0 || fstat(fd, &status) != 0) {
-    if (fd >= 0) close(fd);
-    return EditLock::kUnavailable;
-  }
+  const int fd = lock_path.size() > 0 ? OpenLockFile(lock_path, status) : -1;
+  if (fd < 0) return EditLock::kUnavailable;
   if (FindHeld(status.st_dev, status.st_ino) != nullptr) {
     close(fd);
     return EditLock::kHeld;
